@@ -1,0 +1,3 @@
+#include "ramgraft.h"
+
+int main(int argc, char* argv[]) { return runRamgraft(argc, argv); }

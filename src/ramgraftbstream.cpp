@@ -1,0 +1,51 @@
+#include "ramgraftbstream.h"
+
+#include <utility>
+
+#include "ramgraftassert.h"
+
+Bitstream::Bitstream(unsigned long reservedBits) { bits.reserve(reservedBits); }
+
+bool Bitstream::getBit(unsigned long bitIndex) const {
+  assertThat(bitIndex < getNumBits(), "bool Bitstream::getBit(long unsigned int)",
+             "bitIndex >= 0 && bitIndex < getNumBits()");
+  return bits.get(bitIndex);
+}
+
+void Bitstream::addBit(bool value, unsigned long bitIndex) {
+  assertThat(bitIndex < getNumBits(), "void Bitstream::addBit(bool, long unsigned int)",
+             "bitIndex >= 0 && bitIndex < getNumBits()");
+  bits.set(bitIndex, value);
+}
+
+unsigned char Bitstream::getByte(unsigned long byteIndex) const {
+  // Compared in bytes, so that the largest index can't wrap around.
+  assertThat(byteIndex < getNumBytes(), "unsigned char Bitstream::getByte(long unsigned int)",
+             "bitIndex + 7 < getNumBits()");
+  return bits.data()[byteIndex];
+}
+
+void Bitstream::pushBit(bool value) {
+  bits.pushBack(value);
+  assertThat(bits.size() < 9223372036854775807L * 2UL + 1UL, "void Bitstream::pushBit(bool)",
+             "bits.size() < (9223372036854775807L * 2UL + 1UL)");
+}
+
+void Bitstream::pushByte(unsigned char value) {
+  for (int bit = 7; bit >= 0; --bit) pushBit((value >> bit & 1) != 0);
+}
+
+void Bitstream::pushBytes(ByteBuffer&& bytes) { bits.append(std::move(bytes)); }
+
+std::uint64_t Bitstream::getWindow(unsigned long bitIndex) const {
+  assertThat(bitIndex <= getNumBits(), "uint64_t Bitstream::getWindow(long unsigned int)",
+             "bitIndex <= getNumBits()");
+  return bits.window(bitIndex);
+}
+
+void Bitstream::overwriteBits(unsigned long bitIndex, std::uint64_t value, unsigned count) {
+  assertThat(bitIndex <= getNumBits() && count <= getNumBits() - bitIndex && count <= 64,
+             "void Bitstream::overwriteBits(long unsigned int, uint64_t, unsigned int)",
+             "bitIndex + count <= getNumBits() && count <= 64");
+  bits.write(bitIndex, value, count);
+}

@@ -1,0 +1,49 @@
+// ByteBuffer: whole files in memory.
+#ifndef RAMGRAFTBUFFER_H
+#define RAMGRAFTBUFFER_H
+
+#include <cstddef>
+#include <cstdlib>
+#include <memory>
+#include <string_view>
+
+/// A growable run of bytes whose new bytes stay uninitialised, so that a large file is written to
+/// memory once, by the read itself, and growing never holds two copies: the C library moves large
+/// blocks by remapping them. Movable, not copyable; a moved-from buffer is empty.
+class ByteBuffer {
+ public:
+  ByteBuffer() = default;
+  ByteBuffer(ByteBuffer&& other) noexcept;
+  ByteBuffer& operator=(ByteBuffer&& other) noexcept;
+  ByteBuffer(const ByteBuffer&) = delete;
+  ByteBuffer& operator=(const ByteBuffer&) = delete;
+  ~ByteBuffer() = default;
+
+  /// The bytes; null only while nothing was ever reserved. Valid until the buffer grows.
+  unsigned char* data() { return storage.get(); }
+  const unsigned char* data() const { return storage.get(); }
+  /// The same bytes as text.
+  std::string_view text() const;
+  /// Number of bytes held.
+  std::size_t size() const { return length; }
+  /// Number of bytes that can be held without growing.
+  std::size_t capacity() const { return reserved; }
+
+  /// Makes room for at least `bytes` bytes in all. Throws std::bad_alloc, the buffer unchanged.
+  void reserve(std::size_t bytes);
+  /// Sets the number of bytes; added bytes are uninitialised. Throws as reserve() does.
+  void resize(std::size_t bytes);
+  /// Appends one byte, in amortised constant time. Throws as reserve() does.
+  void push(unsigned char byte);
+
+ private:
+  struct Free {
+    void operator()(unsigned char* bytes) const { std::free(bytes); }
+  };
+
+  std::unique_ptr<unsigned char[], Free> storage;
+  std::size_t length = 0;
+  std::size_t reserved = 0;
+};
+
+#endif

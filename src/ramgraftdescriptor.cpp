@@ -1,0 +1,51 @@
+#include "ramgraftdescriptor.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
+    : number(std::exchange(other.number, -1)) {}
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
+  if (this != &other) {
+    close();
+    number = std::exchange(other.number, -1);
+  }
+  return *this;
+}
+
+int FileDescriptor::close() {
+  if (!isOpen()) return 0;
+  // Linux frees the descriptor also when close reports an error or an interruption.
+  return ::close(std::exchange(number, -1)) == 0 || errno == EINTR ? 0 : errno;
+}
+
+int FileDescriptor::write(const unsigned char* bytes, std::size_t size,
+                          std::size_t& written) const {
+  // Blocks small enough that INT or TERM doesn't wait for a whole large file.
+  constexpr std::size_t BLOCK = std::size_t{16} << 20;
+  for (written = 0; written < size;) {
+    const ssize_t count = ::write(number, bytes + written, std::min(size - written, BLOCK));
+    if (count == 0) return EIO;  // would go on for ever
+    if (count > 0) {
+      written += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+void prepareStandardDescriptors() {
+  for (int descriptor = 0; descriptor >= 0 && descriptor <= STDERR_FILENO;) {
+    descriptor = ::open("/dev/null", O_RDWR);
+    if (descriptor > STDERR_FILENO) ::close(descriptor);
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}

@@ -1,0 +1,240 @@
+#include "ramgraftebr.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "ramgraftassert.h"
+#include "ramgraftformat.h"
+#include "ramgraftmessages.h"
+#include "ramgraftutil.h"
+
+namespace {
+
+// Bits in front of an EBR's CRC field that the CRC covers.
+std::int64_t checkedBits(int dataCount) {
+  return static_cast<std::int64_t>(FRAME_BITS) * dataCount +
+         static_cast<std::int64_t>(CRC_HEADER_BITS);
+}
+
+std::uint64_t payloadBits(int dataCount) {
+  return FRAME_BITS * static_cast<std::uint64_t>(std::max(dataCount, 0));
+}
+
+bool checkPayloadFits(const BitstreamTraverser& traverser, int dataCount) {
+  const std::uint64_t needed = payloadBits(dataCount) + CRC_BITS;
+  if (needed <= traverser.getBitsLeft()) return true;
+  printLine("ERROR: bitstream ends inside the EBR data: ", std::to_string(dataCount),
+            " frames and their CRC need ", std::to_string(needed), " bits, ",
+            std::to_string(traverser.getBitsLeft()), " are left at bit ",
+            std::to_string(traverser.getBitIndex()));
+  return false;
+}
+
+// The CRC of the `numBits` bits before bit `crcIndex`. The range counts in whole bytes of the
+// stream: from the byte that holds the first of its bits but for the first one, which makes no
+// difference to a range on a byte boundary.
+std::uint16_t computeCrc(const Bitstream& bitstream, std::uint64_t crcIndex, std::int64_t numBits) {
+  const std::int64_t start = static_cast<std::int64_t>(crcIndex) - numBits + 1;
+  if (start < 0 || numBits < 8) return 0;
+  return crc16(bitstream.getBytes() + start / 8, static_cast<std::size_t>(numBits / 8));
+}
+
+void writeCrcAtCursor(BitstreamTraverser& traverser, std::int64_t numBits) {
+  assertThat(traverser.getBitsLeft() >= CRC_BITS,
+             "void writeEbrCrc(BitstreamTraverser&, int, std::list<bool>&)",
+             "traverser.getBitsLeft() >= CRC_BITS");
+  Bitstream& bitstream = *traverser.getBitstream();
+  const std::uint16_t crc = computeCrc(bitstream, traverser.getBitIndex(), numBits);
+  for (unsigned bit = CRC_BITS; bit-- > 0; traverser.incrementBitIndex()) {
+    bitstream.addBit((crc >> bit & 1) != 0, traverser.getBitIndex());
+  }
+}
+
+void moveCursor(BitstreamTraverser& traverser, std::uint64_t numBits) {
+  if (numBits > 0) traverser.setBitIndex(traverser.getBitIndex() + numBits);
+}
+
+std::string toHex16(unsigned value) {
+  char text[sizeof "0xFFFF"];
+  std::snprintf(text, sizeof text, "0x%04X", value & 0xFFFF);
+  return text;
+}
+
+// A base file that was damaged, or is cut up wrongly by the wid file, shows in the old CRC. A zero
+// field is what tools leave that don't fill it in.
+void warnOfWrongCrc(const BitstreamTraverser& traverser, int dataCount, const std::string& wid) {
+  const std::uint64_t crcIndex = traverser.getBitIndex() + payloadBits(dataCount);
+  const Bitstream& bitstream = *traverser.getBitstream();
+  const auto found = static_cast<std::uint16_t>(bitstream.getWindow(crcIndex) >> (64 - CRC_BITS));
+  const std::uint16_t right = computeCrc(bitstream, crcIndex, checkedBits(dataCount));
+  if (found == 0 || found == right) return;
+  printWarning("wid ", wid, ": the CRC of the old contents is ", toHex16(found), ", should be ",
+               toHex16(right), ": the bitstream may be damaged, or the wid file may not fit it");
+}
+
+void warnOfLostWords(std::uint64_t words, std::uint64_t capacity, const std::string& wid) {
+  if (words <= capacity) return;
+  printWarning("wid ", wid, ": the memory file gives ", std::to_string(words),
+               " words of 8 bits, the EBR's payload takes ", std::to_string(capacity),
+               ": the rest is not written");
+}
+
+// Writes the payload frame that holds the eight bytes of `frame`, lowest byte first:
+//
+//   bit   0 1      8 9 10    17 ...  54 55    62 63 64     71
+//         0 [byte 0] 0 [byte 1] ...   0 [byte 6]  0 [byte 7]
+void writeFrame(Bitstream& bitstream, std::uint64_t index, std::uint64_t frame) {
+  std::uint64_t first64 = 0;
+  for (unsigned word = 0; word < FRAME_WORDS - 1; ++word) {
+    first64 |= (frame >> 8 * word & 0xFF) << (55 - 9 * word);
+  }
+  bitstream.overwriteBits(index, first64, 64);
+  bitstream.overwriteBits(index + 64, frame >> 56, 8);
+}
+
+// Writes `numWords` payload words from bit `index` on.
+void writeColumn(Bitstream& bitstream, std::uint64_t index, EbrColumnReader& column,
+                 std::uint64_t numWords) {
+  for (; numWords >= FRAME_WORDS; numWords -= FRAME_WORDS, index += FRAME_BITS) {
+    writeFrame(bitstream, index, column.nextFrame());
+  }
+  if (numWords == 0) return;
+  for (std::uint64_t frame = column.nextFrame(); numWords > 0; --numWords, index += WORD_BITS) {
+    bitstream.overwriteBits(index, frame & 0xFF, WORD_BITS);
+    frame >>= 8;
+  }
+}
+
+// Appends the payload bits that a physical line stands for: of every whole block of 20 bits,
+// counted from the line's end, its last 9 bits, then the 9 bits before those.
+void appendPayload(const std::string& physicalLine, std::vector<bool>& payload) {
+  std::vector<unsigned char> bytes;
+  const bool isHexadecimal = hexStringToBytes(physicalLine, bytes);
+  assertThat(isHexadecimal,
+             "bool replaceEbrData(BitstreamTraverser&, std::vector<std::string>, int&, int, int, "
+             "int, int, std::list<bool>&)",
+             "hexStringToBytes(newData.at(line), bytes)");
+  std::vector<bool> bits;
+  bytesToBits(bytes, bits);
+  for (std::size_t end = bits.size(); end >= COLUMN_BLOCK_LENGTH; end -= COLUMN_BLOCK_LENGTH) {
+    for (std::size_t i = end - WORD_BITS; i < end; ++i) payload.push_back(bits[i]);
+    for (std::size_t i = end - 2 * WORD_BITS; i < end - WORD_BITS; ++i) payload.push_back(bits[i]);
+  }
+}
+
+}  // namespace
+
+bool findEbrAddressSection(BitstreamTraverser& traverser, std::list<bool>& newBits) {
+  while (traverser.getBitIndex() < traverser.getBitstream()->getNumBits()) {
+    if (traverser.findBits(EBR_ADDRESS_OPCODE, newBits) &&
+        traverser.expectBits('0', ADDRESS_ZERO_BITS, newBits)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool findEbrDataSection(BitstreamTraverser& traverser, int& dataCount) {
+  // Both skips need a bit behind them: what follows, opcode or payload, can't be empty.
+  if (traverser.getBitsLeft() <= UNCHECKED_BITS) {
+    printLine("ERROR: bitstream ends inside the ", std::to_string(UNCHECKED_BITS),
+              " bits behind the EBR identifier, at bit ", std::to_string(traverser.getBitIndex()));
+    return false;
+  }
+  traverser.skipBits(UNCHECKED_BITS);
+  if (!traverser.expectBits(TAV_EBR_WRITE_OPCODE)) {
+    printLine("ERROR: didn't find TAV_EBR_WRITE");
+    return false;
+  }
+  if (!traverser.expectBits(CRC_DUMMY_BITS)) {
+    printLine("ERROR: didn't find CRC/dummy bits after TAV_EBR_WRITE");
+    return false;
+  }
+  if (traverser.getBitsLeft() <= DATA_COUNT_BITS) {
+    printLine("ERROR: bitstream ends inside the frame count of TAV_EBR_WRITE, at bit ",
+              std::to_string(traverser.getBitIndex()));
+    return false;
+  }
+  std::string count;
+  traverser.skipBits(DATA_COUNT_BITS, count);
+  dataCount = binaryStringToInt(count);
+  return true;
+}
+
+bool findEbrDataSection(BitstreamTraverser& traverser, int& dataCount, std::list<bool>& newBits) {
+  const std::uint64_t start = traverser.getBitIndex();
+  const bool isFound = findEbrDataSection(traverser, dataCount);
+  for (std::uint64_t index = start; index < traverser.getBitIndex(); ++index) {
+    newBits.push_back(traverser.getBitstream()->getBit(index));
+  }
+  return isFound;
+}
+
+void transformLogInitToPhy(const std::vector<std::string>& memoryLines, int /*addrWidth*/,
+                           int dataWidth, int numEbrs, std::vector<std::string>& physicalLines) {
+  constexpr char SIGNATURE[] =
+      "void transformLogInitToPhy(const std::vector<std::string>&, int, int, int, "
+      "std::vector<std::string>&)";
+  assertThat(numEbrs >= 1 && dataWidth >= numEbrs, SIGNATURE, "bitsPerEbr >= 1");
+  const auto bitsPerEbr = static_cast<std::uint64_t>(dataWidth / numEbrs);
+  EbrContents contents(static_cast<std::uint64_t>(numEbrs), bitsPerEbr);
+  for (const std::string& line : memoryLines) {
+    std::vector<unsigned char> bytes;
+    hexStringToBytes(line, bytes);
+    assertThat(bytes.size() * 8 % bitsPerEbr == 0, SIGNATURE, "bits.size() % bitsPerEbr == 0");
+    contents.appendBytes(bytes);
+  }
+  for (std::uint64_t ebr = 0; ebr < contents.getNumEbrs(); ++ebr) {
+    physicalLines.push_back(makePhysicalLine(contents, ebr));
+  }
+}
+
+// The lines come by value because callers may rely on handing over a copy.
+bool replaceEbrData(
+    BitstreamTraverser& traverser,
+    std::vector<std::string> newData,  // NOLINT(performance-unnecessary-value-param)
+    int& startLine, int dataCount, int numEbrs, int /*addrWidth*/, int /*dataWidth*/,
+    std::list<bool>& newBits) {
+  const int INIT_LINES = static_cast<int>(newData.size() / static_cast<std::size_t>(numEbrs));
+  assertThat(
+      static_cast<std::size_t>(startLine) + static_cast<std::size_t>(INIT_LINES) <= newData.size(),
+      "bool replaceEbrData(BitstreamTraverser&, std::vector<std::string>, int&, int, int, "
+      "int, int, std::list<bool>&)",
+      "startLine + INIT_LINES <= newData.size()");
+  if (!checkPayloadFits(traverser, dataCount)) return false;
+  const std::uint64_t crcIndex = traverser.getBitIndex() + payloadBits(dataCount);
+
+  std::vector<bool> payload;
+  for (int line = startLine; line < startLine + INIT_LINES; ++line) {
+    appendPayload(newData[static_cast<std::size_t>(line)], payload);
+  }
+  for (std::size_t i = 0; i < payload.size() && traverser.getBitIndex() < crcIndex; ++i) {
+    traverser.getBitstream()->addBit(payload[i], traverser.getBitIndex());
+    newBits.push_back(payload[i]);
+    traverser.incrementBitIndex();
+  }
+  moveCursor(traverser, crcIndex - traverser.getBitIndex());
+  startLine += INIT_LINES;
+  writeCrcAtCursor(traverser, checkedBits(dataCount));
+  return true;
+}
+
+bool replaceEbrContents(BitstreamTraverser& traverser, const EbrContents& contents,
+                        std::uint64_t ebr, int dataCount, const std::string& wid) {
+  if (!checkPayloadFits(traverser, dataCount)) return false;
+  warnOfWrongCrc(traverser, dataCount, wid);
+
+  const std::uint64_t dataBits = contents.getColumnBits(ebr);
+  const std::uint64_t capacity =
+      std::min(payloadBits(dataCount) / WORD_BITS, physicalLineWords(dataBits));
+  warnOfLostWords((dataBits + 7) / 8, capacity, wid);
+  EbrColumnReader column(contents, ebr);
+  writeColumn(*traverser.getBitstream(), traverser.getBitIndex(), column, capacity);
+  moveCursor(traverser, payloadBits(dataCount));
+  writeCrcAtCursor(traverser, checkedBits(dataCount));
+  return true;
+}
+
+void writeEbrCrc(BitstreamTraverser& traverser, int numBits, std::list<bool>& /*newBits*/) {
+  writeCrcAtCursor(traverser, numBits);
+}

@@ -1,0 +1,48 @@
+// Reading whole files, and cutting text files into lines.
+#ifndef RAMGRAFTREAD_H
+#define RAMGRAFTREAD_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "ramgraftbuffer.h"
+#include "ramgraftdescriptor.h"
+
+/// What became of reading a file.
+struct ReadResult {
+  enum class Outcome { DONE, CANT_OPEN, CANT_READ };
+
+  Outcome outcome = Outcome::DONE;
+  int error = 0;          ///< the system's error number unless DONE
+  FileIdentity identity;  ///< of the file read, once it could be opened
+};
+
+/// Reads all bytes of the named file, which may be a pipe, into `bytes`, whose earlier contents are
+/// lost.
+ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
+
+/// One line of a text file.
+struct TextLine {
+  std::string_view text;     ///< without line end; refers to the file's bytes
+  std::uint64_t number = 0;  ///< in the file, from 1
+};
+
+/// Cuts text into the lines that count: not empty and not beginning with a comment character. A
+/// line that holds a carriage return loses its last character, so that CR LF ends a line, too; one
+/// that consists of a carriage return alone counts, as an empty line. Refers to the text.
+class LineReader {
+ public:
+  LineReader(std::string_view text, std::string_view commentCharacters)
+      : rest(text), comments(commentCharacters) {}
+
+  /// Moves on to the next line that counts; false when there is none.
+  bool next(TextLine& line);
+
+ private:
+  std::string_view rest;
+  std::string_view comments;
+  std::uint64_t number = 0;
+};
+
+#endif

@@ -1,0 +1,254 @@
+// The way of a regular file: write to a file without a name in the target's folder, give it a
+// temporary name, rename it over the target. Where the file system knows no unnamed files the
+// temporary has its name from the start. The name is known to a signal handler for as long as the
+// file may carry it.
+#include "ramgraftreplace.h"
+
+#include <fcntl.h>
+#include <sys/random.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <string_view>
+
+#include "ramgraftbuffer.h"
+#include "ramgraftread.h"
+
+namespace {
+
+// ---- Names ----
+
+// The number in the name of an open descriptor, or -1 for any other name.
+int namedDescriptor(std::string_view path) {
+  if (path == "/dev/stdout") return STDOUT_FILENO;
+  if (path == "/dev/stderr") return STDERR_FILENO;
+  for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
+    if (!path.starts_with(folder)) continue;
+    const std::string_view digits = path.substr(folder.size());
+    int number = -1;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+    if (error == std::errc() && end == digits.data() + digits.size()) return number;
+  }
+  return -1;
+}
+
+// The folder part of a path, with its slash; empty for a name in the working folder.
+std::string folderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
+
+// Follows the symlinks that the last component of a path leads through, so that the file at their
+// end, which need not exist, is replaced and not a link. Stops at the name of an open descriptor,
+// and in /proc, where the text of a link is no path.
+std::string followLinks(std::string path) {
+  constexpr int MOST_LINKS = 40;  // as many as the system itself follows
+  std::array<char, PATH_MAX> target;
+  for (int links = 0; links < MOST_LINKS; ++links) {
+    if (namedDescriptor(path) >= 0 || path.starts_with("/proc/")) break;
+    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+    if (length <= 0) break;  // not a link
+    const std::string_view to(target.data(), static_cast<std::size_t>(length));
+    path = to.front() == '/' ? std::string(to) : folderOf(path).append(to);
+  }
+  return path;
+}
+
+// ---- The temporary and the signals that would leave it behind ----
+
+constexpr std::array ENDING_SIGNALS = {SIGINT, SIGTERM, SIGHUP};
+
+// What the signal handler removes. Set before the handler is installed.
+int temporaryFolder = -1;
+const char* temporaryName = nullptr;
+
+void removeTemporaryAndEnd(int signal) {
+  ::unlinkat(temporaryFolder, temporaryName, 0);
+  ::raise(signal);  // taken once the handler, which stands for one signal only, has returned
+}
+
+// A name beside the target that no other file has. While it lives, the ending signals remove the
+// file of that name, and its end does, unless the file has been renamed.
+class TemporaryName {
+ public:
+  explicit TemporaryName(int folderDescriptor) : folder(folderDescriptor) {
+    std::uint64_t random = 0;
+    if (::getrandom(&random, sizeof random, 0) != sizeof random) {
+      random = static_cast<std::uint64_t>(::getpid());
+    }
+    std::snprintf(name.data(), name.size(), ".ramgraft-%016llx.tmp",
+                  static_cast<unsigned long long>(random));
+    temporaryFolder = folder;
+    temporaryName = name.data();
+    struct sigaction handler {};
+    handler.sa_handler = removeTemporaryAndEnd;
+    handler.sa_flags = static_cast<int>(SA_RESETHAND);
+    for (std::size_t i = 0; i < ENDING_SIGNALS.size(); ++i) {
+      ::sigaction(ENDING_SIGNALS[i], nullptr, &before[i]);
+      if (before[i].sa_handler != SIG_IGN) ::sigaction(ENDING_SIGNALS[i], &handler, nullptr);
+    }
+  }
+  TemporaryName(const TemporaryName&) = delete;
+  TemporaryName& operator=(const TemporaryName&) = delete;
+  TemporaryName(TemporaryName&&) = delete;
+  TemporaryName& operator=(TemporaryName&&) = delete;
+  ~TemporaryName() {
+    if (!isRenamed) ::unlinkat(folder, name.data(), 0);
+    for (std::size_t i = 0; i < ENDING_SIGNALS.size(); ++i) {
+      ::sigaction(ENDING_SIGNALS[i], &before[i], nullptr);
+    }
+  }
+
+  const char* get() const { return name.data(); }
+
+  // Renames the file to `target` in the same folder. 0 or the error number.
+  int renameTo(const std::string& target) {
+    if (::renameat(folder, name.data(), folder, target.c_str()) != 0) return errno;
+    isRenamed = true;
+    return 0;
+  }
+
+ private:
+  int folder;
+  std::array<char, 40> name{};
+  std::array<struct sigaction, ENDING_SIGNALS.size()> before{};
+  bool isRenamed = false;
+};
+
+// ---- Writing ----
+
+// What is to be written, and over what.
+struct Replacement {
+  std::string path;  ///< links followed
+  const unsigned char* bytes;
+  std::size_t size;
+  bool isOldKnown;        ///< a file of that name is there ...
+  struct stat oldStatus;  ///< ... and this is its status
+  bool isFlushed;         ///< to be on the disk before it replaces the old file
+};
+
+// Gives a new file the old one's owner and mode. The owner only where that is allowed; the bits
+// that lend the owner's rights are then not passed on to another's file.
+int takeOverOwnerAndMode(const FileDescriptor& file, const struct stat& oldStatus) {
+  struct stat status {};
+  if (::fstat(file.get(), &status) != 0) return errno;
+  mode_t mode = oldStatus.st_mode & 07777;
+  const bool isSameOwner = status.st_uid == oldStatus.st_uid && status.st_gid == oldStatus.st_gid;
+  if (!isSameOwner && ::fchown(file.get(), oldStatus.st_uid, oldStatus.st_gid) != 0) mode &= 0777;
+  if ((status.st_mode & 07777) == mode && isSameOwner) return 0;
+  return ::fchmod(file.get(), mode) == 0 ? 0 : errno;
+}
+
+// Everything between the opening of a temporary file and its renaming.
+int fill(const FileDescriptor& file, const Replacement& replacement) {
+  std::size_t written = 0;
+  int error = file.write(replacement.bytes, replacement.size, written);
+  if (error == 0 && replacement.isOldKnown)
+    error = takeOverOwnerAndMode(file, replacement.oldStatus);
+  if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
+  return error;
+}
+
+// Opens a file without a name in the folder, or one that is not open when the file system, or a
+// system without /proc, can't have one.
+FileDescriptor openUnnamed(int folder) {
+  if (::access("/proc/self/fd", X_OK) != 0) return FileDescriptor();
+  return FileDescriptor(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+}
+
+int linkUnnamed(const FileDescriptor& file, int folder, const char* name) {
+  const std::string self = "/proc/self/fd/" + std::to_string(file.get());
+  return ::linkat(AT_FDCWD, self.c_str(), folder, name, AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
+}
+
+// Whether the error means that the folder takes no new file, or that the target can't be renamed
+// over: another's file in a folder like /tmp, or a file that is a mount point of its own.
+bool mustStayInPlace(int error) {
+  return error == EACCES || error == EPERM || error == EROFS || error == EBUSY;
+}
+
+// Writes beside the target and renames. `isInPlaceOnly` tells that this folder can't have that.
+int replaceByRename(const Replacement& replacement, bool& isInPlaceOnly) {
+  const std::string folderName = folderOf(replacement.path);
+  const FileDescriptor folder(
+      ::open(folderName.empty() ? "." : folderName.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+  if (!folder.isOpen()) return errno;
+
+  FileDescriptor file = openUnnamed(folder.get());
+  const bool isUnnamed = file.isOpen();
+  if (isUnnamed) {
+    if (const int error = fill(file, replacement); error != 0) return error;
+  }
+  TemporaryName name(folder.get());
+  if (isUnnamed) {
+    if (const int error = linkUnnamed(file, folder.get(), name.get()); error != 0) return error;
+  } else {
+    file = FileDescriptor(
+        ::openat(folder.get(), name.get(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (!file.isOpen()) {
+      isInPlaceOnly = mustStayInPlace(errno);
+      return errno;
+    }
+    if (const int error = fill(file, replacement); error != 0) return error;
+  }
+  if (const int error = file.close(); error != 0) return error;
+  const int error = name.renameTo(replacement.path.substr(folderName.size()));
+  isInPlaceOnly = mustStayInPlace(error);
+  return error;
+}
+
+// Overwrites an open old file. Its old bytes are kept meanwhile, so that those already overwritten
+// can be put back when the rest can't be written.
+int writeInPlace(const Replacement& replacement, FileDescriptor& file) {
+  ByteBuffer oldBytes;
+  const bool isKept =
+      readWholeFile(replacement.path, oldBytes).outcome == ReadResult::Outcome::DONE;
+  std::size_t written = 0;
+  int error = file.write(replacement.bytes, replacement.size, written);
+  if (error == 0 && ::ftruncate(file.get(), static_cast<off_t>(replacement.size)) != 0) {
+    error = errno;
+  }
+  if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
+  if (error != 0 && isKept && ::lseek(file.get(), 0, SEEK_SET) == 0) {
+    std::size_t restored = 0;
+    static_cast<void>(file.write(oldBytes.data(), std::min(written, oldBytes.size()), restored));
+    static_cast<void>(::ftruncate(file.get(), static_cast<off_t>(oldBytes.size())));
+  }
+  const int closeError = file.close();
+  return error != 0 ? error : closeError;
+}
+
+int writeDirectly(const unsigned char* bytes, std::size_t size, FileDescriptor file) {
+  if (!file.isOpen()) return errno;
+  std::size_t written = 0;
+  const int error = file.write(bytes, size, written);
+  const int closeError = file.close();
+  return error != 0 ? error : closeError;
+}
+
+}  // namespace
+
+int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
+                const FileIdentity& original) {
+  Replacement replacement{followLinks(fileName), bytes, size, false, {}, false};
+  // A descriptor shares its place in the file with the messages that went there before; opening
+  // its name again would start from the beginning.
+  const int descriptor = namedDescriptor(replacement.path);
+  if (descriptor >= 0) {
+    return writeDirectly(bytes, size, FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 3)));
+  }
+
+  FileDescriptor old(::open(replacement.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+  if (!old.isOpen() && errno != ENOENT) return errno;
+  bool isInPlaceOnly = false;
+  if (!old.isOpen()) return replaceByRename(replacement, isInPlaceOnly);
+
+  if (::fstat(old.get(), &replacement.oldStatus) != 0) return errno;
+  if (!S_ISREG(replacement.oldStatus.st_mode)) return writeDirectly(bytes, size, std::move(old));
+  replacement.isOldKnown = true;
+  replacement.isFlushed = identityOf(replacement.oldStatus) == original;
+  const int error = replaceByRename(replacement, isInPlaceOnly);
+  return isInPlaceOnly ? writeInPlace(replacement, old) : error;
+}
