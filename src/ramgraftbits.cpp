@@ -27,7 +27,7 @@ void PackedBits::append(ByteBuffer&& added) {
 void PackedBits::write(std::uint64_t index, std::uint64_t value, unsigned count) {
   unsigned char* target = bytes.data() + index / 8;
   if (index % 8 == 0 && count == 64) {  // a payload frame at its usual place
-    for (int i = 0; i < 8; ++i) target[i] = static_cast<unsigned char>(value >> (56 - 8 * i));
+    storeBigEndian64(target, value);
     return;
   }
   // One byte at a time:        |<- offset ->|<- take ->|<- below ->|

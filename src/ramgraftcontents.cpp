@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "ramgraftassert.h"
+#include "ramgraftbits.h"
 #include "ramgraftcrc.h"
 #include "ramgraftformat.h"
 #include "ramgraftutil.h"
@@ -24,12 +25,6 @@ constexpr std::array<unsigned char, 256> REVERSED_DIGITS = [] {
   }
   return table;
 }();
-
-std::uint64_t loadLittleEndian64(const unsigned char* bytes) {
-  std::uint64_t value = 0;
-  for (int i = 7; i >= 0; --i) value = value << 8 | bytes[i];
-  return value;
-}
 
 }  // namespace
 
@@ -85,19 +80,33 @@ EbrColumnReader::EbrColumnReader(const EbrContents& words, std::uint64_t ebr)
       groupBitsLeft(words.bitsPerEbr) {}
 
 std::uint64_t EbrColumnReader::nextFrame() {
-  constexpr std::uint64_t LARGEST_PIECE = 56;  // what one load holds at any bit of a byte
   std::uint64_t frame = 0;
-  for (unsigned filled = 0; filled < 64 && bitsLeft > 0;) {
-    const std::uint64_t take = std::min({groupBitsLeft, 64UL - filled, LARGEST_PIECE});
-    const std::uint64_t loaded = loadLittleEndian64(&contents.bytes[position / 8]) >> position % 8;
+  const std::uint64_t groupBits = contents.bitsPerEbr;
+  if (bitsLeft >= 64 && groupBitsLeft == groupBits && groupBits <= 32 && 64 % groupBits == 0) {
+    // The usual widths: a frame is made of whole groups, a round of dealing apart.
+    const std::uint64_t mask = (UINT64_C(1) << groupBits) - 1;
+    const std::uint64_t round = contents.numEbrs * groupBits;
+    const unsigned char* bytes = contents.bytes.data();
+    for (std::uint64_t filled = 0; filled < 64; filled += groupBits, position += round) {
+      const std::uint64_t loaded = loadLittleEndian64(bytes + position / 8) >> position % 8;
+      frame |= (loaded & mask) << filled;
+    }
+    bitsLeft -= 64;
+    return frame;
+  }
+  constexpr std::uint64_t LARGEST_PIECE = 56;  // what one load holds at any bit of a byte
+  for (std::uint64_t filled = 0; filled < 64 && bitsLeft > 0;) {
+    const std::uint64_t take = std::min({groupBitsLeft, 64 - filled, LARGEST_PIECE});
+    const std::uint64_t loaded =
+        loadLittleEndian64(contents.bytes.data() + position / 8) >> position % 8;
     frame |= (loaded & ((UINT64_C(1) << take) - 1)) << filled;
-    filled += static_cast<unsigned>(take);
+    filled += take;
     position += take;
     bitsLeft -= take;
     groupBitsLeft -= take;
     if (groupBitsLeft == 0) {
-      position += (contents.numEbrs - 1) * contents.bitsPerEbr;
-      groupBitsLeft = contents.bitsPerEbr;
+      position += (contents.numEbrs - 1) * groupBits;
+      groupBitsLeft = groupBits;
     }
   }
   return frame;
