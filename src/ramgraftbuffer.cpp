@@ -1,16 +1,20 @@
 #include "ramgraftbuffer.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <new>
 #include <utility>
 
 ByteBuffer::ByteBuffer(ByteBuffer&& other) noexcept
-    : storage(std::move(other.storage)),
+    : storage(std::exchange(other.storage, {nullptr, Release{0}})),
       length(std::exchange(other.length, 0)),
       reserved(std::exchange(other.reserved, 0)) {}
 
 ByteBuffer& ByteBuffer::operator=(ByteBuffer&& other) noexcept {
-  storage = std::move(other.storage);
+  storage = std::exchange(other.storage, {nullptr, Release{0}});
   length = std::exchange(other.length, 0);
   reserved = std::exchange(other.reserved, 0);
   return *this;
@@ -20,13 +24,42 @@ std::string_view ByteBuffer::text() const {
   return {reinterpret_cast<const char*>(storage.get()), length};
 }
 
+void ByteBuffer::Release::operator()(unsigned char* bytes) const {
+  if (mappedBytes == 0) {
+    std::free(bytes);
+  } else {
+    ::munmap(bytes, mappedBytes);
+  }
+}
+
 void ByteBuffer::reserve(std::size_t bytes) {
   if (bytes <= reserved) return;
-  void* grown = std::realloc(storage.get(), bytes);
+  const bool isMapped = storage.get_deleter().mappedBytes > 0;
+  void* grown = std::realloc(isMapped ? nullptr : storage.get(), bytes);
   if (grown == nullptr) throw std::bad_alloc();
-  static_cast<void>(storage.release());
-  storage.reset(static_cast<unsigned char*>(grown));
+  if (isMapped) {
+    std::memcpy(grown, storage.get(), length);
+  } else {
+    static_cast<void>(storage.release());
+  }
+  storage = {static_cast<unsigned char*>(grown), Release{0}};
   reserved = bytes;
+}
+
+bool ByteBuffer::map(int descriptor, std::size_t bytes) {
+  *this = ByteBuffer();
+  if (bytes == 0) return false;
+  void* mapped = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE, descriptor, 0);
+  if (mapped == MAP_FAILED) return false;
+  storage = {static_cast<unsigned char*>(mapped), Release{bytes}};
+  // Brings in all pages now, in one call, and says so when one of them can't be read.
+  if (::madvise(mapped, bytes, MADV_POPULATE_READ) != 0) {
+    *this = ByteBuffer();
+    return false;
+  }
+  length = bytes;
+  reserved = bytes;
+  return true;
 }
 
 void ByteBuffer::resize(std::size_t bytes) {

@@ -3,13 +3,13 @@
 #define RAMGRAFTBUFFER_H
 
 #include <cstddef>
-#include <cstdlib>
 #include <memory>
 #include <string_view>
 
 /// A growable run of bytes whose new bytes stay uninitialised, so that a large file is written to
 /// memory once, by the read itself, and growing never holds two copies: the C library moves large
-/// blocks by remapping them. Movable, not copyable; a moved-from buffer is empty.
+/// blocks by remapping them. It can also hold a mapped file. Movable, not copyable; a moved-from
+/// buffer is empty.
 class ByteBuffer {
  public:
   ByteBuffer() = default;
@@ -31,17 +31,23 @@ class ByteBuffer {
 
   /// Makes room for at least `bytes` bytes in all. Throws std::bad_alloc, the buffer unchanged.
   void reserve(std::size_t bytes);
+  /// Replaces the contents by the first `bytes` bytes of an open regular file, mapped into memory
+  /// so that they are not copied; changing them doesn't change the file. False, with the buffer
+  /// emptied, when the system can't do so or the bytes can't all be read.
+  bool map(int descriptor, std::size_t bytes);
   /// Sets the number of bytes; added bytes are uninitialised. Throws as reserve() does.
   void resize(std::size_t bytes);
   /// Appends one byte, in amortised constant time. Throws as reserve() does.
   void push(unsigned char byte);
 
  private:
-  struct Free {
-    void operator()(unsigned char* bytes) const { std::free(bytes); }
+  struct Release {
+    std::size_t mappedBytes;  ///< 0: from the C library's allocator
+
+    void operator()(unsigned char* bytes) const;
   };
 
-  std::unique_ptr<unsigned char[], Free> storage;
+  std::unique_ptr<unsigned char[], Release> storage{nullptr, Release{0}};
   std::size_t length = 0;
   std::size_t reserved = 0;
 };

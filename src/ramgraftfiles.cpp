@@ -25,7 +25,7 @@ constexpr std::string_view CANT_OPEN_BIT_FILE = "ERROR: can't open file ";
 
 bool readOrReport(const std::string& fileName, std::string_view cantOpen, ByteBuffer& bytes,
                   FileIdentity& identity) {
-  const ReadResult result = readWholeFile(fileName, bytes);
+  const ReadResult result = mapWholeFile(fileName, bytes);
   identity = result.identity;
   switch (result.outcome) {
     case ReadResult::Outcome::DONE:

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 
 namespace {
 
@@ -16,27 +17,72 @@ std::size_t expectedBytes(const struct stat& status) {
   return std::max(SMALLEST, static_cast<std::size_t>(status.st_size) + 1);
 }
 
-}  // namespace
+using Outcome = ReadResult::Outcome;
 
-ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
-  using Outcome = ReadResult::Outcome;
-  const FileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-  if (!file.isOpen()) return {Outcome::CANT_OPEN, errno, {}};
-  struct stat status {};
-  if (::fstat(file.get(), &status) != 0) return {Outcome::CANT_READ, errno, {}};
+// Opens the file and fills in the result as far as it goes. The outcome tells of a failure.
+FileDescriptor openToRead(const std::string& fileName, struct stat& status, ReadResult& result) {
+  FileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  if (!file.isOpen()) {
+    result = {Outcome::CANT_OPEN, errno, {}};
+  } else if (::fstat(file.get(), &status) != 0) {
+    result = {Outcome::CANT_READ, errno, {}};
+  } else {
+    result.identity = identityOf(status);
+  }
+  return file;
+}
+
+void readToEnd(const FileDescriptor& file, const struct stat& status, ByteBuffer& bytes,
+               ReadResult& result) {
   bytes.resize(0);
   bytes.reserve(expectedBytes(status));
   for (;;) {
     if (bytes.size() == bytes.capacity()) bytes.reserve(bytes.capacity() * 2);
     const ssize_t count =
         ::read(file.get(), bytes.data() + bytes.size(), bytes.capacity() - bytes.size());
-    if (count == 0) return {Outcome::DONE, 0, identityOf(status)};
+    if (count == 0) return;
     if (count > 0) {
       bytes.resize(bytes.size() + static_cast<std::size_t>(count));
     } else if (errno != EINTR) {
-      return {Outcome::CANT_READ, errno, identityOf(status)};
+      result.outcome = Outcome::CANT_READ;
+      result.error = errno;
+      return;
     }
   }
+}
+
+// What the process says when a mapped file turns out to be cut short. Made beforehand, because a
+// signal handler can't.
+std::string cutShortMessage;
+
+void endOnCutShortFile(int /*signal*/) {
+  static_cast<void>(!::write(STDOUT_FILENO, cutShortMessage.data(), cutShortMessage.size()));
+  ::_exit(1);
+}
+
+}  // namespace
+
+ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
+  struct stat status {};
+  ReadResult result;
+  const FileDescriptor file = openToRead(fileName, status, result);
+  if (result.outcome == Outcome::DONE) readToEnd(file, status, bytes, result);
+  return result;
+}
+
+ReadResult mapWholeFile(const std::string& fileName, ByteBuffer& bytes) {
+  constexpr off_t SMALLEST_MAPPED = off_t{256} << 10;  // below it, mapping costs more than copying
+  struct stat status {};
+  ReadResult result;
+  const FileDescriptor file = openToRead(fileName, status, result);
+  if (result.outcome != Outcome::DONE) return result;
+  cutShortMessage = "ERROR: can't read file " + fileName + ": it was cut short while in use\n";
+  std::signal(SIGBUS, endOnCutShortFile);
+  const bool isMapped = S_ISREG(status.st_mode) && status.st_size >= SMALLEST_MAPPED &&
+                        bytes.map(file.get(), static_cast<std::size_t>(status.st_size));
+  // What can't be mapped, or not all of it, is read: that works, or tells the reason.
+  if (!isMapped) readToEnd(file, status, bytes, result);
+  return result;
 }
 
 bool LineReader::next(TextLine& line) {
