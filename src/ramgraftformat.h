@@ -51,8 +51,4 @@ inline constexpr std::uint64_t COLUMN_BLOCK_LENGTH = 20;
 /// Data bits carried by one column block.
 inline constexpr std::uint64_t COLUMN_BLOCK_DATA_BITS = 16;
 
-/// Every search after a run's first one starts this many bits before the identifier field of the
-/// first address section of the run.
-inline constexpr std::uint64_t RESTART_BITS = 100;
-
 #endif

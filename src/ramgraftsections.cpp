@@ -1,5 +1,9 @@
 // What makes remembering exact:
 //
+// Searches after a run's first one start 100 bits before the identifier of the run's first section.
+// No payload lies before that section, so it stays the first one and all searches follow the same
+// chain.
+//
 // A section is there or not because of its own ADDRESS_SECTION_BITS bits alone. Overwriting
 // [begin, end) can therefore only make or break sections that begin in
 // (begin - ADDRESS_SECTION_BITS, end). A section made or broken there moves the point from which

@@ -1,0 +1,62 @@
+// Bitstream, its byte view and its 64-bit windows, and the CRC over its bytes.
+#include <gtest/gtest.h>
+
+#include "fixture.h"
+#include "ramgraftcrc.h"
+
+namespace {
+
+TEST(Bitstream, HoldsBitsInFileOrder) {
+  Bitstream bitstream(0);
+  EXPECT_TRUE(bitstream.isByteAligned());
+  bitstream.pushByte(0xA5);
+  pushDigits(bitstream, "0111");
+  EXPECT_EQ(digitsOf(bitstream), "101001010111");
+  EXPECT_FALSE(bitstream.isByteAligned());
+  EXPECT_EQ(bitstream.getNumBytes(), 1U);
+  EXPECT_EQ(bitstream.getByte(0), 0xA5);
+  bitstream.addBit(true, 1);
+  bitstream.addBit(false, 11);
+  EXPECT_EQ(digitsOf(bitstream), "111001010110");
+  ByteBuffer more;  // behind a part of a byte it has to be copied bit by bit
+  more.push(0x81);
+  bitstream.pushBytes(std::move(more));
+  EXPECT_EQ(digitsOf(bitstream), "11100101011010000001");
+}
+
+TEST(Bitstream, ReadsAndOverwritesUpTo64BitsAtAnyPlace) {
+  std::mt19937_64 random(1);
+  std::string expected;
+  for (int i = 0; i < 200; ++i) expected += (random() & 1) != 0 ? '1' : '0';
+  Bitstream bitstream(0);
+  pushDigits(bitstream, expected);
+  for (unsigned index = 0; index <= 200; ++index) {
+    for (unsigned count = 0; count <= std::min(64U, 200 - index); ++count) {
+      const std::uint64_t value = random();
+      bitstream.overwriteBits(index, value, count);
+      expected.replace(index, count, digits(value, count));
+    }
+    ASSERT_EQ(digitsOf(bitstream), expected) << index;
+    const std::string window = (expected + std::string(64, '0')).substr(index, 64);
+    ASSERT_EQ(digits(bitstream.getWindow(index), 64), window) << index;
+  }
+}
+
+TEST(Crc, IsThePublishedOneAtEverySplitPoint) {
+  const auto* check = reinterpret_cast<const unsigned char*>("123456789");
+  EXPECT_EQ(crc16(check, 9), 0xFEE8);
+  std::mt19937_64 random(2);
+  std::vector<unsigned char> bytes(100);
+  unsigned plain = 0;
+  for (unsigned char& byte : bytes) {
+    byte = static_cast<unsigned char>(random());
+    plain ^= static_cast<unsigned>(byte) << 8;
+    for (int i = 0; i < 8; ++i) plain = (plain << 1 ^ (plain & 0x8000 ? 0x8005 : 0)) & 0xFFFF;
+  }
+  for (std::size_t split = 0; split <= bytes.size(); ++split) {
+    const std::uint16_t first = crc16(bytes.data(), split);
+    EXPECT_EQ(crc16(bytes.data() + split, bytes.size() - split, first), plain) << split;
+  }
+}
+
+}  // namespace
