@@ -1,5 +1,7 @@
 // The three readers against the standard library's way of reading.
-#include <cstdio>
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <sstream>
 
@@ -9,8 +11,6 @@
 
 namespace {
 
-const char* const NAME = "/dev/shm/ramgraft-readers-fuzz";
-
 void require(bool holds) {
   if (!holds) std::abort();
 }
@@ -19,8 +19,9 @@ void require(bool holds) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string input(reinterpret_cast<const char*>(data), size);
-  std::FILE* file = std::fopen(NAME, "wb");
-  require(file != nullptr && std::fwrite(data, 1, size, file) == size && std::fclose(file) == 0);
+  static const int file = ::memfd_create("input", 0);
+  static const std::string name = "/proc/self/fd/" + std::to_string(file);
+  require(::ftruncate(file, 0) == 0 && ::pwrite(file, data, size, 0) == static_cast<ssize_t>(size));
   for (const std::string comments : {"", "#/"}) {
     std::vector<std::string> expected, lines;
     std::istringstream text(input);
@@ -29,13 +30,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
       if (line.find('\r') != std::string::npos) line.pop_back();
       expected.push_back(line);
     }
-    require(readFileLines(NAME, lines, {comments.begin(), comments.end()}) && lines == expected);
+    require(readFileLines(name, lines, {comments.begin(), comments.end()}) && lines == expected);
     int addrWidth = 0, dataWidth = 0, widLength = 0;
     outputOf([&] { parseAddrDataWidth(lines.empty() ? "" : lines.back(), addrWidth, dataWidth); });
     if (checkWidLengths(lines)) require(normalizeWids(lines, widLength));
   }
   Bitstream bitstream(0);
-  require(readBitFile(NAME, bitstream) && bitstream.getNumBits() == size * 8);
+  require(readBitFile(name, bitstream) && bitstream.getNumBits() == size * 8);
   for (std::size_t i = 0; i < size; ++i) require(bitstream.getByte(i) == data[i]);
   return 0;
 }

@@ -15,8 +15,7 @@ namespace {
 constexpr std::size_t SLACK = 8;
 constexpr unsigned NOT_A_DIGIT = 0x80;
 
-// Digit values with their four bits reversed, because the words are kept first bit lowest.
-constexpr std::array<unsigned char, 256> REVERSED_DIGITS = [] {
+constexpr std::array<unsigned char, 256> makeReversedDigits() {
   std::array<unsigned char, 256> table{};
   for (unsigned i = 0; i < table.size(); ++i) {
     const int value = hexDigitValue(static_cast<char>(i));
@@ -24,7 +23,10 @@ constexpr std::array<unsigned char, 256> REVERSED_DIGITS = [] {
         value < 0 ? NOT_A_DIGIT : BIT_REVERSE_TABLE[static_cast<unsigned>(value)] >> 4U);
   }
   return table;
-}();
+}
+
+// Digit values with their four bits reversed, because the words are kept first bit lowest.
+constexpr std::array<unsigned char, 256> REVERSED_DIGITS = makeReversedDigits();
 
 }  // namespace
 

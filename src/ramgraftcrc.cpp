@@ -26,8 +26,7 @@ constexpr std::uint16_t appendZeroByte(std::uint16_t crc) {
   return static_cast<std::uint16_t>(crc << 8 ^ crcOfByte(crc >> 8));
 }
 
-// Entry [d][b]: the CRC of the byte b followed by d zero bytes.
-constexpr std::array<ByteTable, BLOCK> CONTRIBUTIONS = [] {
+constexpr std::array<ByteTable, BLOCK> makeContributions() {
   std::array<ByteTable, BLOCK> tables{};
   for (unsigned value = 0; value < 256; ++value) {
     tables[0][value] = crcOfByte(value);
@@ -36,7 +35,10 @@ constexpr std::array<ByteTable, BLOCK> CONTRIBUTIONS = [] {
     }
   }
   return tables;
-}();
+}
+
+// Entry [d][b]: the CRC of the byte b followed by d zero bytes.
+constexpr std::array<ByteTable, BLOCK> CONTRIBUTIONS = makeContributions();
 
 static_assert(CRC16_NIBBLE_TABLE[8] == CRC_REFLECTED_POLYNOMIAL);
 static_assert(CONTRIBUTIONS[0][0x80] == 0x8303 && CONTRIBUTIONS[0][1] == 0x8005);

@@ -6,8 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
-/// Entry i is the byte i with its eight bits in reverse order.
-inline constexpr std::array<unsigned char, 256> BIT_REVERSE_TABLE = [] {
+/// What BIT_REVERSE_TABLE holds.
+constexpr std::array<unsigned char, 256> makeBitReverseTable() {
   std::array<unsigned char, 256> table{};
   for (unsigned i = 0; i < table.size(); ++i) {
     for (unsigned bit = 0; bit < 8; ++bit) {
@@ -15,7 +15,10 @@ inline constexpr std::array<unsigned char, 256> BIT_REVERSE_TABLE = [] {
     }
   }
   return table;
-}();
+}
+
+/// Entry i is the byte i with its eight bits in reverse order.
+inline constexpr std::array<unsigned char, 256> BIT_REVERSE_TABLE = makeBitReverseTable();
 
 /// Entry n is what the four bits n become when the reflected polynomial divides them.
 inline constexpr std::array<std::uint16_t, 16> CRC16_NIBBLE_TABLE = {

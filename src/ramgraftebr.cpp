@@ -23,9 +23,9 @@ std::uint64_t payloadBits(int dataCount) {
 bool checkPayloadFits(const BitstreamTraverser& traverser, int dataCount) {
   const std::uint64_t needed = payloadBits(dataCount) + CRC_BITS;
   if (needed <= traverser.getBitsLeft()) return true;
-  printLine("ERROR: bitstream ends inside the EBR data: ", std::to_string(dataCount),
-            " frames and their CRC need ", std::to_string(needed), " bits, ",
-            std::to_string(traverser.getBitsLeft()), " are left at bit ",
+  printLine("ERROR: bitstream ends inside the EBR data: frame count ", std::to_string(dataCount),
+            ", bits needed for payload and CRC ", std::to_string(needed), ", bits left ",
+            std::to_string(traverser.getBitsLeft()), " at bit ",
             std::to_string(traverser.getBitIndex()));
   return false;
 }

@@ -54,24 +54,39 @@ int toInt(std::string_view number) {
   return static_cast<int>(std::strtol(std::string(number).c_str(), nullptr, 10));
 }
 
-// Reads the wids and, without its number, the width line.
-bool readWidFile(const std::string& fileName, std::vector<std::string>& wids,
-                 std::string& widthLine, std::uint64_t& widthLineNumber) {
+// The last line of a width file.
+struct WidthLine {
+  std::string text;
+  std::uint64_t number = 0;
+};
+
+// Reads the wids and the width line.
+bool readWidFile(const std::string& fileName, std::vector<std::string>& wids, WidthLine& last) {
   ByteBuffer text;
   if (!readTextFile(fileName, text)) return false;
   LineReader reader(text.text(), NO_COMMENTS);
+  std::uint64_t firstOtherLength = 0;  // line number of the first wid that isn't like the first
   for (TextLine line; reader.next(line);) {
+    if (firstOtherLength == 0 && !wids.empty() && wids.back().size() != wids.front().size()) {
+      firstOtherLength = last.number;
+    }
     wids.emplace_back(line.text);
-    widthLineNumber = line.number;
+    last.number = line.number;
   }
   if (wids.empty()) {
     printLine("ERROR: empty wid file!");
     return false;
   }
-  widthLine = std::move(wids.back());
+  last.text = std::move(wids.back());
   wids.pop_back();
   if (checkWidLengths(wids)) return true;
   printLine("ERROR: wid lengths must all be the same!");
+  if (wids.empty()) {
+    printDiagnosticPieces({fileName, ": no wid stands before the last line"});
+  } else {
+    printDiagnosticPieces({placeOf(fileName, firstOtherLength), "this wid's length differs from ",
+                           "that of the first, ", std::to_string(wids.front().size())});
+  }
   return false;
 }
 
@@ -91,12 +106,15 @@ class MemoryFileParser {
   }
 
   void warnOfMisfits(int addrWidth) const {
+    if (numWords == 0) {
+      printWarning(fileName, ": holds no memory words: the listed EBRs are filled with zeros");
+    }
     if (numMisfits > 0) {
       printWarning(firstMisfitPlace, std::to_string(numMisfits), " of ", std::to_string(numWords),
                    numMisfits == 1 ? " memory words has " : " memory words have ",
                    "another number of bits than the EBRs share out (the first ",
                    std::to_string(firstMisfitBits), ", the EBRs ", std::to_string(sharedBits()),
-                   "): their bits go to the wrong EBRs");
+                   "), which can spread words over the wrong EBRs");
     }
     const std::uint64_t addressed = addrWidth < 0 ? 0 : UINT64_C(1) << std::min(addrWidth, 63);
     if (numWords > addressed) {
@@ -213,17 +231,19 @@ bool normalizeWids(std::vector<std::string>& wids, int& widLength) {
 
 bool loadRunInputs(const std::string& widFile, const std::string& memFile,
                    const std::string& bitFile, RunInputs& inputs, Bitstream& bitstream) {
-  std::string widthLine;
-  std::uint64_t widthLineNumber = 0;
-  if (!readWidFile(widFile, inputs.wids, widthLine, widthLineNumber)) return false;
+  WidthLine widthLine;
+  if (!readWidFile(widFile, inputs.wids, widthLine)) return false;
   {
     ByteBuffer memoryText;  // released before the bitstream is read
     if (!readTextFile(memFile, memoryText)) return false;
-    if (!parseAddrDataWidth(widthLine, inputs.addrWidth, inputs.dataWidth)) return false;
+    if (!parseAddrDataWidth(widthLine.text, inputs.addrWidth, inputs.dataWidth)) {
+      printDiagnosticPieces({placeOf(widFile, widthLine.number), widthLine.text});
+      return false;
+    }
     normalizeWids(inputs.wids, inputs.widLength);
     const std::uint64_t numEbrs = inputs.wids.size();
     if (inputs.dataWidth < 1 || static_cast<std::uint64_t>(inputs.dataWidth) < numEbrs) {
-      printLine("ERROR: ", placeOf(widFile, widthLineNumber), "a data width of ",
+      printLine("ERROR: ", placeOf(widFile, widthLine.number), "a data width of ",
                 std::to_string(inputs.dataWidth), " bits can't be shared out among ",
                 std::to_string(numEbrs), " EBRs");
       return false;

@@ -41,7 +41,8 @@ bool normalizeWids(std::vector<std::string>& wids, int& widLength);
 
 /// Loads the input files of a run, the bitstream last, into `inputs` and `bitstream`, both fresh.
 /// False, with an ERROR line printed that names the file and the place, when one of them can't be
-/// used. Prints a WARNING line when the memory words don't fit the widths.
+/// used (a line on standard error adds the place where the ERROR line doesn't). Prints a WARNING
+/// line when there are no memory words or they don't fit the widths.
 bool loadRunInputs(const std::string& widFile, const std::string& memFile,
                    const std::string& bitFile, RunInputs& inputs, Bitstream& bitstream);
 

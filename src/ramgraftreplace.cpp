@@ -199,9 +199,29 @@ int replaceByRename(const Replacement& replacement, bool& isInPlaceOnly) {
   return error;
 }
 
+// Keeps the ending signals waiting for as long as it lives.
+class EndingSignalsHeld {
+ public:
+  EndingSignalsHeld() {
+    sigset_t held;
+    ::sigemptyset(&held);
+    for (const int signal : ENDING_SIGNALS) ::sigaddset(&held, signal);
+    ::sigprocmask(SIG_BLOCK, &held, &before);
+  }
+  EndingSignalsHeld(const EndingSignalsHeld&) = delete;
+  EndingSignalsHeld& operator=(const EndingSignalsHeld&) = delete;
+  EndingSignalsHeld(EndingSignalsHeld&&) = delete;
+  EndingSignalsHeld& operator=(EndingSignalsHeld&&) = delete;
+  ~EndingSignalsHeld() { ::sigprocmask(SIG_SETMASK, &before, nullptr); }
+
+ private:
+  sigset_t before{};
+};
+
 // Overwrites an open old file. Its old bytes are kept meanwhile, so that those already overwritten
 // can be put back when the rest can't be written.
 int writeInPlace(const Replacement& replacement, FileDescriptor& file) {
+  const EndingSignalsHeld held;  // between two blocks the file is neither old nor new
   ByteBuffer oldBytes;
   const bool isKept =
       readWholeFile(replacement.path, oldBytes).outcome == ReadResult::Outcome::DONE;

@@ -145,8 +145,8 @@ TEST(Replacement, RefusesWhatDoesNotFitBeforeWritingABit) {
               EXPECT_FALSE(replaceEbrData(ebr.traverser, transform({}, 8, 1), startLine, 3, 1, 0, 0,
                                           ebr.newBits));
             }),
-            "ERROR: bitstream ends inside the EBR data: 3 frames and their CRC need 232 bits, 160 "
-            "are left at bit 96\n");
+            "ERROR: bitstream ends inside the EBR data: frame count 3, bits needed for payload and "
+            "CRC 232, bits left 160 at bit 96\n");
   EXPECT_EQ(ebr.fields(0), before);
 }
 
@@ -154,7 +154,7 @@ TEST(Replacement, BySectionsOfALineEqualsTheOneStraightFromTheWords) {
   // Columns short, exactly as long as a physical line, and longer; payloads short and long; EBRs on
   // and off a byte boundary.
   std::mt19937_64 random(4);
-  for (const std::size_t wordBytes : {0, 3, 6553, 6557, 8001}) {
+  for (const std::size_t wordBytes : {0UL, 3UL, 6553UL, 6557UL, 8001UL}) {
     std::vector<unsigned char> bytes(wordBytes);
     for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random());
     EbrContents contents(1, 8);

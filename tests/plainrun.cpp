@@ -48,10 +48,14 @@ class PlainRun {
 
  private:
   template <typename... Pieces>
-  void say(const Pieces&... pieces) {
+  static std::string lineOf(const Pieces&... pieces) {
     std::ostringstream line;
-    (line << ... << pieces) << '\n';
-    result.out += line.str();
+    ((line << pieces), ...);
+    return line.str() + "\n";
+  }
+  template <typename... Pieces>
+  void say(const Pieces&... pieces) {
+    result.out += lineOf(pieces...);
   }
   template <typename... Pieces>
   [[noreturn]] void fail(const Pieces&... pieces) {
@@ -59,10 +63,8 @@ class PlainRun {
     throw Failed();
   }
   template <typename... Pieces>
-  void warn(const Pieces&... pieces) {
-    std::ostringstream line;
-    (line << "WARNING: " << ... << pieces) << '\n';
-    result.err += line.str();
+  void note(const Pieces&... pieces) {
+    result.err += lineOf(pieces...);
   }
 
   void load() {
@@ -70,12 +72,16 @@ class PlainRun {
     if (lines.empty()) fail("ERROR: empty wid file!");
     const Line widthLine = lines.back();
     lines.pop_back();
-    for (const Line& line : lines) wids.push_back(line.text);
-    const auto differs = [&](const std::string& wid) { return wid.size() != wids[0].size(); };
-    if (wids.empty() || std::any_of(wids.begin(), wids.end(), differs)) {
-      fail("ERROR: wid lengths must all be the same!");
+    if (lines.empty()) note("ram.wid: no wid stands before the last line");
+    const auto differs = [&](const Line& line) { return line.text.size() != lines[0].text.size(); };
+    const auto other = std::find_if(lines.begin(), lines.end(), differs);
+    if (other != lines.end()) {
+      note("ram.wid, line ", other->number, ": this wid's length differs from that of the first, ",
+           lines[0].text.size());
     }
-    parseWidths(widthLine.text);
+    if (lines.empty() || other != lines.end()) fail("ERROR: wid lengths must all be the same!");
+    for (const Line& line : lines) wids.push_back(line.text);
+    parseWidths(widthLine);
     for (std::string& wid : wids) wid = wid.substr(wid.find("0b") == std::string::npos ? 0 : 2);
     const long n = static_cast<long>(wids.size());
     if (dataWidth / n < 1) {
@@ -85,12 +91,16 @@ class PlainRun {
     dealWords(static_cast<std::size_t>(dataWidth / n));
   }
 
-  void parseWidths(const std::string& line) {
+  void parseWidths(const Line& widthLine) {
+    const std::string& line = widthLine.text;
     const std::size_t aw = line.find("aw"), dw = line.find("dw"), end = line.find(';');
+    const std::string text = lineOf("ram.wid, line ", widthLine.number, ": ", line);
     if (std::max({aw, dw, end}) == std::string::npos) {
+      result.err = text;
       fail("ERROR: bad .wid file, no addr/data width");
     }
     if (aw + 2 >= line.size() || aw > dw) {
+      result.err = text;
       fail("ERROR: bad .wid file, malformed addr/data width");
     }
     const std::size_t length = end < aw + 2 ? std::string::npos : end - aw - 2;
@@ -144,15 +154,19 @@ class PlainRun {
       }
       columns[c].resize(std::max<std::size_t>(length, 65536), '0');
     }
+    if (words == 0) {
+      note("WARNING: words.mem: holds no memory words: the listed EBRs are filled with zeros");
+    }
     if (misfits > 0) {
-      warn(firstPlace, misfits, " of ", words, " memory word", misfits == 1 ? "s has" : "s have",
+      note("WARNING: ", firstPlace, misfits, " of ", words, " memory word",
+           misfits == 1 ? "s has" : "s have",
            " another number of bits than the EBRs share out (the first ", firstBits, ", the EBRs ",
-           groupBits * wids.size(), "): their bits go to the wrong EBRs");
+           groupBits * wids.size(), "), which can spread words over the wrong EBRs");
     }
     const double addressed =
         addrWidth < 0 ? 0 : static_cast<double>(1UL << std::min(addrWidth, 63));
     if (static_cast<double>(words) > addressed) {
-      warn("words.mem: ", words, " memory words, but an address of ", addrWidth,
+      note("WARNING: words.mem: ", words, " memory words, but an address of ", addrWidth,
            " bits reaches only ", static_cast<unsigned long>(addressed));
     }
   }
@@ -227,21 +241,22 @@ class PlainRun {
     const std::size_t frames = valueAt(at, 16), size = frames * 72;
     at += 16;
     if (bits.size() - at < size + 16) {
-      fail("ERROR: bitstream ends inside the EBR data: ", frames, " frames and their CRC need ",
-           size + 16, " bits, ", bits.size() - at, " are left at bit ", at);
+      fail("ERROR: bitstream ends inside the EBR data: frame count ", frames,
+           ", bits needed for payload and CRC ", size + 16, ", bits left ", bits.size() - at,
+           " at bit ", at);
     }
     const std::size_t field = at + size;
     const std::size_t old = valueAt(field, 16), right = crcBefore(field, size + 96);
     if (old != 0 && old != right) {
       char values[40];
       std::snprintf(values, sizeof values, "0x%04zX, should be 0x%04zX", old, right);
-      warn("wid ", wid, ": the CRC of the old contents is ", values,
+      note("WARNING: wid ", wid, ": the CRC of the old contents is ", values,
            ": the bitstream may be damaged, or the wid file may not fit it");
     }
     const std::string& column = columns[i];
     const std::size_t capacity = std::min(frames * 8, column.size() / 20 * 2);
     if ((dataBits[i] + 7) / 8 > capacity) {
-      warn("wid ", wid, ": the memory file gives ", (dataBits[i] + 7) / 8,
+      note("WARNING: wid ", wid, ": the memory file gives ", (dataBits[i] + 7) / 8,
            " words of 8 bits, the EBR's payload takes ", capacity, ": the rest is not written");
     }
     for (std::size_t word = 0; word < capacity; ++word) {
