@@ -54,10 +54,7 @@ bool EbrContents::appendWord(std::string_view word) {
     seen |= high | low;
     *target++ = static_cast<unsigned char>(low << 4 | high);
   }
-  if ((seen & NOT_A_DIGIT) == 0) return true;
-  bytes.resize(start);
-  bytes.resize(start + SLACK);
-  return false;
+  return (seen & NOT_A_DIGIT) == 0;
 }
 
 void EbrContents::appendBytes(const std::vector<unsigned char>& wordBytes) {
@@ -84,8 +81,8 @@ EbrColumnReader::EbrColumnReader(const EbrContents& words, std::uint64_t ebr)
 std::uint64_t EbrColumnReader::nextFrame() {
   std::uint64_t frame = 0;
   const std::uint64_t groupBits = contents.bitsPerEbr;
-  if (bitsLeft >= 64 && groupBitsLeft == groupBits && groupBits <= 32 && 64 % groupBits == 0) {
-    // The usual widths: a frame is made of whole groups, a round of dealing apart.
+  if (bitsLeft >= 64 && groupBits <= 32 && 64 % groupBits == 0) {
+    // The usual widths: every frame is made of whole groups, a round of dealing apart.
     const std::uint64_t mask = (UINT64_C(1) << groupBits) - 1;
     const std::uint64_t round = contents.numEbrs * groupBits;
     const unsigned char* bytes = contents.bytes.data();

@@ -24,8 +24,8 @@ class EbrContents {
   /// Makes room for `wordBytes` bytes of words in all.
   void reserve(std::uint64_t wordBytes);
   /// Appends one memory word in hexadecimal, either case; an odd count of digits is read as if a
-  /// '0' stood in front. Returns false, having appended nothing, when `word` holds a character that
-  /// is not hexadecimal.
+  /// '0' stood in front. Returns false when `word` holds a character that is not hexadecimal; the
+  /// contents are then of no further use.
   bool appendWord(std::string_view word);
   /// Appends whole bytes, most significant bit first.
   void appendBytes(const std::vector<unsigned char>& wordBytes);

@@ -1,6 +1,6 @@
-// The yardstick of the random tests and the fuzzers: a whole run, done as plainly as can be. It
-// keeps one bool per bit, scans the stream afresh for every wid, spells every column as text, and
-// shares no code with the product.
+// The yardstick of the random tests and the fuzzers: a run put together from the public operations
+// as plainly as can be. It scans the stream afresh for every wid, bit by bit into a list, goes by
+// way of physical lines, and spells those itself to check them.
 #ifndef PLAINRUN_H
 #define PLAINRUN_H
 
@@ -19,15 +19,12 @@ struct RunFiles {
 struct RunResult {
   int status = 1;
   std::string out, err, bytes;
-  friend bool operator==(const RunResult&, const RunResult&) = default;
 };
 
 using BitRanges = std::vector<std::pair<std::size_t, std::size_t>>;  ///< [begin, end) in bits
 
-/// Does the run. `written` receives the payload and CRC fields of the EBRs replaced.
-RunResult runPlainly(const RunFiles& files, BitRanges& written);
-
-std::vector<bool> toBits(const std::string& bytes);
-std::string toBytes(const std::vector<bool>& bits);
+/// Does the run on the files of that name in the working folder. `written` receives the payload and
+/// CRC fields of the EBRs replaced.
+RunResult runPlainly(BitRanges& written);
 
 #endif
