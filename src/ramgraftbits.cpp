@@ -5,7 +5,11 @@
 
 void PackedBits::reserve(std::uint64_t bits) { bytes.reserve((bits + 7) / 8); }
 
-void PackedBits::set(std::uint64_t index, bool value) { write(index, value ? 1 : 0, 1); }
+void PackedBits::set(std::uint64_t index, bool value) {
+  const unsigned mask = 0x80U >> index % 8;
+  unsigned char& byte = bytes.data()[index / 8];
+  byte = static_cast<unsigned char>(value ? byte | mask : byte & ~mask);
+}
 
 void PackedBits::pushBack(bool value) {
   if (numBits % 8 == 0) bytes.push(0);
@@ -24,22 +28,22 @@ void PackedBits::append(ByteBuffer&& added) {
   }
 }
 
-void PackedBits::write(std::uint64_t index, std::uint64_t value, unsigned count) {
+void PackedBits::write(std::uint64_t index, const unsigned char* from, std::uint64_t count) {
   unsigned char* target = bytes.data() + index / 8;
-  if (index % 8 == 0 && count == 64) {  // a payload frame at its usual place
-    storeBigEndian64(target, value);
-    return;
+  const unsigned shift = index % 8;
+  const std::uint64_t wholeBytes = count / 8;
+  if (shift == 0) {
+    std::copy_n(from, wholeBytes, target);
+  } else {
+    // Each byte goes into the low end of one byte and the high end of the next.
+    const unsigned high = 0xFF00U >> shift & 0xFF;
+    for (std::uint64_t i = 0; i < wholeBytes; ++i) {
+      target[i] = static_cast<unsigned char>((target[i] & high) | from[i] >> shift);
+      target[i + 1] =
+          static_cast<unsigned char>((target[i + 1] & ~high) | (from[i] << (8 - shift) & high));
+    }
   }
-  // One byte at a time:        |<- offset ->|<- take ->|<- below ->|
-  unsigned offset = index % 8;
-  while (count > 0) {
-    const unsigned take = std::min(8 - offset, count);
-    const unsigned below = 8 - offset - take;
-    const unsigned mask = ((1U << take) - 1) << below;
-    const auto chunk = static_cast<unsigned>(value >> (count - take)) << below;
-    *target = static_cast<unsigned char>((*target & ~mask) | (chunk & mask));
-    ++target;
-    offset = 0;
-    count -= take;
+  for (std::uint64_t i = wholeBytes * 8; i < count; ++i) {
+    set(index + i, (from[i / 8] >> (7 - i % 8) & 1) != 0);
   }
 }

@@ -59,9 +59,9 @@ class PackedBits {
   /// The 64 bits from `index` on, first bit most significant; bits past the end read as 0.
   /// `index` is at most size().
   std::uint64_t window(std::uint64_t index) const;
-  /// Overwrites the `count` bits (0 to 64) from `index` on with the low `count` bits of `value`,
-  /// its most significant one first. `index` + `count` is at most size().
-  void write(std::uint64_t index, std::uint64_t value, unsigned count);
+  /// Overwrites the `count` bits from `index` on with those of `from`, first bit most significant.
+  /// `index` + `count` is at most size().
+  void write(std::uint64_t index, const unsigned char* from, std::uint64_t count);
 
  private:
   ByteBuffer bytes;  ///< ceil(numBits / 8) bytes, the bits behind the last one being 0

@@ -43,9 +43,10 @@ std::uint64_t Bitstream::getWindow(unsigned long bitIndex) const {
   return bits.window(bitIndex);
 }
 
-void Bitstream::overwriteBits(unsigned long bitIndex, std::uint64_t value, unsigned count) {
-  assertThat(bitIndex <= getNumBits() && count <= getNumBits() - bitIndex && count <= 64,
-             "void Bitstream::overwriteBits(long unsigned int, uint64_t, unsigned int)",
-             "bitIndex + count <= getNumBits() && count <= 64");
-  bits.write(bitIndex, value, count);
+void Bitstream::overwriteBits(unsigned long bitIndex, const unsigned char* bytes,
+                              std::uint64_t numBits) {
+  assertThat(bitIndex <= getNumBits() && numBits <= getNumBits() - bitIndex,
+             "void Bitstream::overwriteBits(long unsigned int, const unsigned char*, uint64_t)",
+             "bitIndex + numBits <= getNumBits()");
+  bits.write(bitIndex, bytes, numBits);
 }

@@ -47,9 +47,9 @@ class Bitstream {
   /// The 64 bits from `bitIndex` on, first bit most significant, bits past the end being 0.
   /// `bitIndex` must be at most getNumBits().
   std::uint64_t getWindow(unsigned long bitIndex) const;
-  /// Overwrites `count` bits (0 to 64) from `bitIndex` on with the low `count` bits of `value`,
-  /// the most significant of them first. They must all lie below getNumBits().
-  void overwriteBits(unsigned long bitIndex, std::uint64_t value, unsigned count);
+  /// Overwrites `numBits` bits from `bitIndex` on with those of `bytes`, first bit most
+  /// significant. They must all lie below getNumBits().
+  void overwriteBits(unsigned long bitIndex, const unsigned char* bytes, std::uint64_t numBits);
 
  private:
   PackedBits bits;

@@ -60,6 +60,9 @@ class EbrColumnReader {
   std::uint64_t nextFrame();
 
  private:
+  template <unsigned GROUP_BITS>
+  std::uint64_t gather();
+
   const EbrContents& contents;
   std::uint64_t bitsLeft;       ///< of the column
   std::uint64_t position;       ///< of the next bit, in the words' row of bits

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "ramgraftassert.h"
+#include "ramgraftbits.h"
 #include "ramgraftformat.h"
 #include "ramgraftmessages.h"
 #include "ramgraftutil.h"
@@ -79,30 +80,27 @@ void warnOfLostWords(std::uint64_t words, std::uint64_t capacity, const std::str
                ": the rest is not written");
 }
 
-// Writes the payload frame that holds the eight bytes of `frame`, lowest byte first:
+// The payload frame that holds the eight bytes of `contents`, lowest byte first:
 //
 //   bit   0 1      8 9 10    17 ...  54 55    62 63 64     71
 //         0 [byte 0] 0 [byte 1] ...   0 [byte 6]  0 [byte 7]
-void writeFrame(Bitstream& bitstream, std::uint64_t index, std::uint64_t frame) {
+void storeFrame(unsigned char* frame, std::uint64_t contents) {
   std::uint64_t first64 = 0;
   for (unsigned word = 0; word < FRAME_WORDS - 1; ++word) {
-    first64 |= (frame >> 8 * word & 0xFF) << (55 - 9 * word);
+    first64 |= (contents >> 8 * word & 0xFF) << (55 - 9 * word);
   }
-  bitstream.overwriteBits(index, first64, 64);
-  bitstream.overwriteBits(index + 64, frame >> 56, 8);
+  storeBigEndian64(frame, first64);
+  frame[8] = static_cast<unsigned char>(contents >> 56);
 }
 
-// Writes `numWords` payload words from bit `index` on.
-void writeColumn(Bitstream& bitstream, std::uint64_t index, EbrColumnReader& column,
-                 std::uint64_t numWords) {
-  for (; numWords >= FRAME_WORDS; numWords -= FRAME_WORDS, index += FRAME_BITS) {
-    writeFrame(bitstream, index, column.nextFrame());
+// The first `numWords` payload words of a column, in whole frames.
+std::vector<unsigned char> makePayload(EbrColumnReader column, std::uint64_t numWords) {
+  constexpr std::uint64_t FRAME_BYTES = FRAME_BITS / 8;
+  std::vector<unsigned char> payload((numWords + FRAME_WORDS - 1) / FRAME_WORDS * FRAME_BYTES);
+  for (std::size_t i = 0; i < payload.size(); i += FRAME_BYTES) {
+    storeFrame(&payload[i], column.nextFrame());
   }
-  if (numWords == 0) return;
-  for (std::uint64_t frame = column.nextFrame(); numWords > 0; --numWords, index += WORD_BITS) {
-    bitstream.overwriteBits(index, frame & 0xFF, WORD_BITS);
-    frame >>= 8;
-  }
+  return payload;
 }
 
 // Appends the payload bits that a physical line stands for: of every whole block of 20 bits,
@@ -228,8 +226,9 @@ bool replaceEbrContents(BitstreamTraverser& traverser, const EbrContents& conten
   const std::uint64_t capacity =
       std::min(payloadBits(dataCount) / WORD_BITS, physicalLineWords(dataBits));
   warnOfLostWords((dataBits + 7) / 8, capacity, wid);
-  EbrColumnReader column(contents, ebr);
-  writeColumn(*traverser.getBitstream(), traverser.getBitIndex(), column, capacity);
+  const std::vector<unsigned char> payload = makePayload(EbrColumnReader(contents, ebr), capacity);
+  traverser.getBitstream()->overwriteBits(traverser.getBitIndex(), payload.data(),
+                                          capacity * WORD_BITS);
   moveCursor(traverser, payloadBits(dataCount));
   writeCrcAtCursor(traverser, checkedBits(dataCount));
   return true;

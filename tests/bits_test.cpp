@@ -24,17 +24,17 @@ TEST(Bitstream, HoldsBitsInFileOrder) {
   EXPECT_EQ(digitsOf(bitstream), "11100101011010000001");
 }
 
-TEST(Bitstream, ReadsAndOverwritesUpTo64BitsAtAnyPlace) {
+TEST(Bitstream, ReadsAndOverwritesRunsOfBitsAtAnyPlace) {
   std::mt19937_64 random(1);
-  std::string expected;
-  for (int i = 0; i < 200; ++i) expected += (random() & 1) != 0 ? '1' : '0';
+  std::string expected = digits(random(), 64) + digits(random(), 64) + digits(random(), 63);
   Bitstream bitstream(0);
   pushDigits(bitstream, expected);
-  for (unsigned index = 0; index <= 200; ++index) {
-    for (unsigned count = 0; count <= std::min(64U, 200 - index); ++count) {
-      const std::uint64_t value = random();
-      bitstream.overwriteBits(index, value, count);
-      expected.replace(index, count, digits(value, count));
+  for (unsigned index = 0; index <= expected.size(); ++index) {
+    for (unsigned count = 0; count <= std::min<std::size_t>(80, expected.size() - index); ++count) {
+      const std::string bits = digits(random(), 64) + digits(random(), 16);
+      const std::string bytes = packDigits(bits);
+      bitstream.overwriteBits(index, reinterpret_cast<const unsigned char*>(bytes.data()), count);
+      expected.replace(index, count, bits, 0, count);
     }
     ASSERT_EQ(digitsOf(bitstream), expected) << index;
     const std::string window = (expected + std::string(64, '0')).substr(index, 64);
