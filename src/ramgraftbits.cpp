@@ -39,8 +39,8 @@ void PackedBits::write(std::uint64_t index, const unsigned char* from, std::uint
     const unsigned high = 0xFF00U >> shift & 0xFF;
     for (std::uint64_t i = 0; i < wholeBytes; ++i) {
       target[i] = static_cast<unsigned char>((target[i] & high) | from[i] >> shift);
-      target[i + 1] =
-          static_cast<unsigned char>((target[i + 1] & ~high) | (from[i] << (8 - shift) & high));
+      target[i + 1] = static_cast<unsigned char>((target[i + 1] & ~high) |
+                                                 (unsigned{from[i]} << (8 - shift) & high));
     }
   }
   for (std::uint64_t i = wholeBytes * 8; i < count; ++i) {

@@ -88,15 +88,20 @@ EbrColumnReader::EbrColumnReader(const EbrContents& words, std::uint64_t ebr)
 template <unsigned GROUP_BITS>
 std::uint64_t EbrColumnReader::gather() {
   constexpr std::uint64_t MASK = (UINT64_C(1) << GROUP_BITS) - 1;
-  const std::uint64_t round = contents.numEbrs * GROUP_BITS;
+  const std::uint64_t numEbrs = contents.numEbrs;
   const unsigned char* bytes = contents.bytes.data();
   std::uint64_t frame = 0;
-  for (unsigned filled = 0; filled < 64; filled += GROUP_BITS, position += round) {
-    const std::uint64_t loaded = GROUP_BITS == 8
-                                     ? bytes[position / 8]
-                                     : loadLittleEndian64(bytes + position / 8) >> position % 8;
-    frame |= (loaded & MASK) << filled;
+  std::uint64_t at = position;
+  for (unsigned filled = 0; filled < 64; filled += GROUP_BITS) {
+    if constexpr (GROUP_BITS == 8) {  // the usual width: whole bytes, and no need of a shift
+      frame |= std::uint64_t{bytes[at / 8 + filled / 8 * numEbrs]} << filled;
+    } else {
+      frame |= (loadLittleEndian64(bytes + at / 8) >> at % 8 & MASK) << filled;
+      at += numEbrs * GROUP_BITS;
+    }
   }
+  if constexpr (GROUP_BITS == 8) at += 64 * numEbrs;
+  position = at;
   bitsLeft -= 64;
   return frame;
 }

@@ -42,9 +42,10 @@ int FileDescriptor::write(const unsigned char* bytes, std::size_t size,
 }
 
 void prepareStandardDescriptors() {
-  for (int descriptor = 0; descriptor >= 0 && descriptor <= STDERR_FILENO;) {
-    descriptor = ::open("/dev/null", O_RDWR);
-    if (descriptor > STDERR_FILENO) ::close(descriptor);
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) >= 0) continue;
+    // Takes the lowest free number, this one.
+    static_cast<void>(::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
   }
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);

@@ -42,18 +42,18 @@ std::string folderOf(const std::string& path) { return path.substr(0, path.rfind
 
 // Follows the symlinks that the last component of a path leads through, so that the file at their
 // end, which need not exist, is replaced and not a link. Stops at the name of an open descriptor,
-// and in /proc, where the text of a link is no path.
-std::string followLinks(std::string path) {
+// and in /proc, where the text of a link is no path. 0 or the error number.
+int followLinks(std::string& path) {
   constexpr int MOST_LINKS = 40;  // as many as the system itself follows
   std::array<char, PATH_MAX> target;
   for (int links = 0; links < MOST_LINKS; ++links) {
-    if (namedDescriptor(path) >= 0 || path.starts_with("/proc/")) break;
+    if (namedDescriptor(path) >= 0 || path.starts_with("/proc/")) return 0;
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
-    if (length <= 0) break;  // not a link
+    if (length < 0) return errno == EINVAL || errno == ENOENT ? 0 : errno;  // no link, or nothing
     const std::string_view to(target.data(), static_cast<std::size_t>(length));
-    path = to.front() == '/' ? std::string(to) : folderOf(path).append(to);
+    path = to.starts_with('/') ? std::string(to) : folderOf(path).append(to);
   }
-  return path;
+  return ELOOP;
 }
 
 // ---- The temporary and the signals that would leave it behind ----
@@ -219,19 +219,20 @@ class EndingSignalsHeld {
 };
 
 // Overwrites an open old file. Its old bytes are kept meanwhile, so that those already overwritten
-// can be put back when the rest can't be written.
+// can be put back when the rest can't be written; a file that doesn't let itself be read is
+// refused.
 int writeInPlace(const Replacement& replacement, FileDescriptor& file) {
   const EndingSignalsHeld held;  // between two blocks the file is neither old nor new
   ByteBuffer oldBytes;
-  const bool isKept =
-      readWholeFile(replacement.path, oldBytes).outcome == ReadResult::Outcome::DONE;
+  const ReadResult old = readWholeFile(replacement.path, oldBytes);
+  if (old.outcome != ReadResult::Outcome::DONE) return old.error;
   std::size_t written = 0;
   int error = file.write(replacement.bytes, replacement.size, written);
   if (error == 0 && ::ftruncate(file.get(), static_cast<off_t>(replacement.size)) != 0) {
     error = errno;
   }
   if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
-  if (error != 0 && isKept && ::lseek(file.get(), 0, SEEK_SET) == 0) {
+  if (error != 0 && ::lseek(file.get(), 0, SEEK_SET) == 0) {
     std::size_t restored = 0;
     static_cast<void>(file.write(oldBytes.data(), std::min(written, oldBytes.size()), restored));
     static_cast<void>(::ftruncate(file.get(), static_cast<off_t>(oldBytes.size())));
@@ -252,7 +253,8 @@ int writeDirectly(const unsigned char* bytes, std::size_t size, FileDescriptor f
 
 int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
                 const FileIdentity& original) {
-  Replacement replacement{followLinks(fileName), bytes, size, false, {}, false};
+  Replacement replacement{fileName, bytes, size, false, {}, false};
+  if (const int error = followLinks(replacement.path); error != 0) return error;
   // A descriptor shares its place in the file with the messages that went there before; opening
   // its name again would start from the beginning.
   const int descriptor = namedDescriptor(replacement.path);
