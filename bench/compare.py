@@ -1,0 +1,243 @@
+#!/usr/bin/env python3
+"""Times runs of the release build in turn with a yardstick and prints a Markdown table.
+
+    bench/compare.py [--quick]
+
+The streams are made in build/bench-data and kept for the next time. --quick runs small streams
+twice, to see that everything works; its times mean nothing. The exit status is 1 when a run fails,
+when its output is wrong or, without --quick, when a ratio is over its limit.
+"""
+
+import argparse
+import filecmp
+import json
+import os
+import platform
+import shlex
+import shutil
+import statistics
+import subprocess
+import sys
+from pathlib import Path
+from typing import NamedTuple
+
+ROOT = Path(__file__).resolve().parent.parent
+RAMGRAFT = ROOT / "build/release/ramgraft"
+DATA = ROOT / "build/bench-data"
+WARM_UP_ROUNDS = 3
+ROUNDS = 30
+QUICK_ROUNDS = 2
+
+
+class Stream(NamedTuple):
+    """What examples/make_example.py is to make."""
+
+    bytes: int
+    sections: int
+    listed: int
+    which: str = "last"
+    words: int = 2048
+    frames: int = 256
+
+    def options(self):
+        return [f"--{name}={value}" for name, value in self._asdict().items()]
+
+    def folder(self):
+        return DATA / f"{self.bytes}-{self.listed}-of-{self.sections}"
+
+    def describe(self):
+        order = ", shuffled" if self.which == "shuffled" else ""
+        return f"{self.bytes / 1e6:g} MB, {self.listed} of {self.sections} EBRs listed{order}"
+
+
+STREAMS = {
+    "S1": Stream(2_000_000, 208, 32),
+    "S2": Stream(2_000_000, 208, 208),
+    "S3": Stream(15_000_000, 1000, 1000, "shuffled"),
+    "S5": Stream(256_000_000, 1, 1),
+}
+QUICK_STREAMS = {
+    "S1": Stream(300_000, 16, 4, words=256, frames=32),
+    "S2": Stream(300_000, 16, 16, words=256, frames=32),
+    "S3": Stream(600_000, 40, 40, "shuffled", words=256, frames=32),
+    "S5": Stream(2_000_000, 1, 1, words=256, frames=32),
+}
+STREAM = ["in.bit"]
+STREAM_AND_MEMORY = ["in.bit", "firmware.mem"]
+# What cp copies, and how many times its time a run may take.
+YARDSTICKS = {"S1": (STREAM, 1.5), "S2": (STREAM_AND_MEMORY, 2), "S3": (STREAM_AND_MEMORY, 3),
+              "S5": (STREAM, 2)}
+
+
+class Row(NamedTuple):
+    """A row of the table: times are medians in milliseconds."""
+
+    run: str
+    stream: str
+    yardstick: str
+    time: float
+    yardstick_time: float
+    limit: float
+    peak_bytes: int
+    file_bytes: int
+
+    @property
+    def is_over(self):
+        return self.time / self.yardstick_time > self.limit
+
+
+def run_quietly(command):
+    """Runs a command whose output matters only when it fails."""
+    result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                            errors="replace", check=False)
+    if result.returncode != 0:
+        raise SystemExit(f"{shlex.join(map(str, command))}\nfailed: {result.stdout}")
+    return result.stdout
+
+
+def make_stream(stream, bit_file=None):
+    """Makes the stream's folder unless it is there; `bit_file` takes the place of its in.bit.
+
+    The options are noted last, so that what was not finished, or made otherwise, is made anew.
+    """
+    folder = stream.folder()
+    note = folder / "options.txt"
+    options = " ".join(stream.options())
+    if not note.exists() or note.read_text() != options:
+        shutil.rmtree(folder, ignore_errors=True)
+        run_quietly([sys.executable, "-B", ROOT / "examples/make_example.py", *stream.options(),
+                     folder])
+        (folder / "saved").mkdir()
+        if bit_file:
+            (folder / "in.bit").unlink()
+            os.link(bit_file, folder / "in.bit")
+        note.write_text(options)
+    return folder
+
+
+def ramgraft_command(folder):
+    names = ("in.bit", "ram.wid", "firmware.mem", "saved/out.bit")
+    return [str(RAMGRAFT), *(str(folder / name) for name in names)]
+
+
+def time_in_turn(commands, outputs, rounds, is_fresh):
+    """The median time of each command in milliseconds; `outputs` are the files that each writes.
+
+    With `is_fresh` they are removed before each run, otherwise overwritten by all but the first.
+    hyperfine would do all runs of one command before the next, and a machine that is slow for a
+    while would hit one side only. So it gets one run of each at a time, in an order that rotates.
+    """
+    for output in (name for names in outputs for name in names):
+        Path(output).unlink(missing_ok=True)  # of an earlier build
+    export = DATA / "hyperfine.json"
+    times = [[] for _ in commands]
+    for number in range(-WARM_UP_ROUNDS, rounds):
+        order = [(i + number) % len(commands) for i in range(len(commands))]
+        arguments = ["hyperfine", "-N", "--runs=1", "--style=none", f"--export-json={export}"]
+        for i in order:
+            if is_fresh:
+                arguments.append("--prepare=" + shlex.join(["rm", "-f", *outputs[i]]))
+            arguments.append(shlex.join(commands[i]))
+        run_quietly(arguments)
+        if number < 0:
+            continue
+        for i, result in zip(order, json.loads(export.read_text())["results"]):
+            times[i].append(1000 * result["times"][0])
+    return [statistics.median(values) for values in times]
+
+
+def check_output(folder):
+    """Stops unless the output differs from the input exactly where it should."""
+    old, wids, new = folder / "in.bit", folder / "ram.wid", folder / "saved/out.bit"
+    run_quietly([sys.executable, "-B", ROOT / "examples/show_changes.py", old, wids, new])
+    if filecmp.cmp(old, new, shallow=False):
+        raise SystemExit(f"{new} is the same as {old}")
+
+
+def peak_bytes(command):
+    """The most memory that a run has resident, the pages of mapped files included.
+
+    Python's own wait4() won't do: a child's peak is never below that of the process it was forked
+    from, and Python is larger than most runs.
+    """
+    report = DATA / "peak.txt"
+    run_quietly(["time", "-f", "%M", "-o", str(report), *command])
+    return 1024 * int(report.read_text())
+
+
+def file_bytes(folder):
+    """Bytes of the stream, the memory file and the contents that it spells."""
+    names = ("in.bit", "firmware.mem", "firmware.bin")
+    return sum((folder / name).stat().st_size for name in names)
+
+
+def compare_with_copy(name, stream, rounds, is_fresh):
+    """A row for a run in turn with cp, their outputs being in the same folder."""
+    folder = make_stream(stream)
+    copied, limit = YARDSTICKS[name]
+    ours = ramgraft_command(folder)
+    copy = ["cp", *(str(folder / file) for file in copied), str(folder / "saved")]
+    outputs = [[ours[-1]], [str(folder / "saved" / file) for file in copied]]
+    time, copy_time = time_in_turn([ours, copy], outputs, rounds, is_fresh)
+    check_output(folder)
+    run = f"{name}, new file" if is_fresh else name
+    yardstick = "`cp` of " + " and ".join(f".{file.rpartition('.')[2]}" for file in copied)
+    return Row(run, stream.describe(), yardstick, time, copy_time, limit, peak_bytes(ours),
+               file_bytes(folder))
+
+
+def compare_growth(whole, rounds):
+    """Rows for S4: a quarter, half and all of the same sections, the first one the yardstick."""
+    bit_file = make_stream(whole) / "in.bit"
+    streams = [whole._replace(listed=whole.sections // parts) for parts in (4, 2, 1)]
+    folders = [make_stream(stream, bit_file) for stream in streams]
+    commands = [ramgraft_command(folder) for folder in folders]
+    outputs = [[command[-1]] for command in commands]
+    times = time_in_turn(commands, outputs, rounds, is_fresh=False)
+    bytes_read = [sum((folder / name).stat().st_size for name in STREAM_AND_MEMORY)
+                  for folder in folders]
+    for folder, command, stream, time, size in zip(folders, commands, streams, times, bytes_read):
+        check_output(folder)
+        yield Row(f"S4, {stream.listed}", stream.describe(), f"S4, {streams[0].listed}",
+                  time, times[0], size / bytes_read[0], peak_bytes(command), file_bytes(folder))
+
+
+def describe_machine():
+    cpu = next((line.partition(":")[2].strip()
+                for line in Path("/proc/cpuinfo").read_text().splitlines()
+                if line.startswith("model name")), platform.machine())
+    file_system = run_quietly(["findmnt", "-n", "-o", "FSTYPE", "-T", str(DATA)]).strip()
+    compiler = run_quietly(["c++", "--version"]).splitlines()[0]
+    return (f"{cpu}, {os.cpu_count()} cores; Linux {platform.release()}; {file_system}; "
+            f"{compiler}")
+
+
+def print_table(rows):
+    print("| Run | Stream | Yardstick | ramgraft, ms | yardstick, ms | Ratio | Limit "
+          "| Peak memory, MB | .bit + .mem + contents, MB |")
+    print("|---|---|---|--:|--:|--:|--:|--:|--:|")
+    for row in rows:
+        print(f"| {row.run} | {row.stream} | {row.yardstick} | {row.time:.2f} "
+              f"| {row.yardstick_time:.2f} | {row.time / row.yardstick_time:.2f} "
+              f"| {row.limit:.3g} | {row.peak_bytes / 1e6:.1f} | {row.file_bytes / 1e6:.1f} |")
+
+
+def main():
+    parser = argparse.ArgumentParser(description="Time the release build against yardsticks.")
+    parser.add_argument("--quick", action="store_true", help="only see that everything works")
+    is_quick = parser.parse_args().quick
+    streams, rounds = (QUICK_STREAMS, QUICK_ROUNDS) if is_quick else (STREAMS, ROUNDS)
+    DATA.mkdir(parents=True, exist_ok=True)
+
+    rows = [compare_with_copy(name, stream, rounds, is_fresh)
+            for is_fresh in (False, True) for name, stream in streams.items()]
+    rows += compare_growth(streams["S3"], rounds)
+    print(f"{describe_machine()}\n")
+    print_table(rows)
+    over = [row.run for row in rows if row.is_over]
+    if over and not is_quick:
+        raise SystemExit(f"over the limit: {'; '.join(over)}")
+
+
+if __name__ == "__main__":
+    main()

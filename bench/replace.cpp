@@ -1,0 +1,62 @@
+// Writing an EBR's payload and the CRC behind it.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "data.h"
+#include "ramgraftassert.h"
+#include "ramgraftcrc.h"
+#include "ramgraftebr.h"
+
+namespace {
+
+// Argument: frames of each payload, all of which the new contents fill.
+void BM_replaceEbrContents(benchmark::State& state) {
+  constexpr std::size_t NUM_EBRS = 32;
+  constexpr std::uint64_t BITS_PER_EBR = 8;
+  const auto numFrames = static_cast<int>(state.range(0));
+  SectionStream stream(NUM_EBRS, numFrames);
+  EbrContents contents(NUM_EBRS, BITS_PER_EBR);
+  contents.appendBytes(
+      std::vector<unsigned char>(NUM_EBRS * 8 * static_cast<std::size_t>(numFrames), 0x5A));
+  BitstreamTraverser traverser(&stream.bitstream);
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::size_t i = 0; i < NUM_EBRS; ++i) {
+      traverser.setBitIndex(stream.payloads[i]);
+      const bool isReplaced = replaceEbrContents(traverser, contents, i, numFrames, stream.wids[i]);
+      assertThat(isReplaced, "BM_replaceEbrContents", "isReplaced");
+    }
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(NUM_EBRS) *
+                          static_cast<std::int64_t>(stream.payloadBits / 8));
+}
+BENCHMARK(BM_replaceEbrContents)->Arg(16)->Arg(256)->Arg(819);
+
+// The definition of the CRC, one bit after the other.
+std::uint16_t crc16BitAtATime(const unsigned char* bytes, std::size_t size, std::uint16_t crc = 0) {
+  constexpr unsigned POLYNOMIAL = 0x8005;
+  unsigned sum = crc;
+  for (std::size_t i = 0; i < size; ++i) {
+    sum ^= static_cast<unsigned>(bytes[i]) << 8;
+    for (int bit = 0; bit < 8; ++bit) sum = sum << 1 ^ ((sum & 0x8000) != 0 ? POLYNOMIAL : 0);
+    sum &= 0xFFFF;
+  }
+  return static_cast<std::uint16_t>(sum);
+}
+
+using Crc = std::uint16_t (*)(const unsigned char* bytes, std::size_t size, std::uint16_t crc);
+
+// Argument: bytes.
+void BM_crc16(benchmark::State& state, Crc crc) {
+  const auto size = static_cast<std::size_t>(state.range(0));
+  const ByteBuffer bytes = makeConfiguration(size, Fill::DENSE);
+  assertThat(crc(bytes.data(), size, 0) == crc16BitAtATime(bytes.data(), size), "BM_crc16",
+             "crc == crc16BitAtATime");
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(crc(bytes.data(), size, 0));
+  state.SetBytesProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK_CAPTURE(BM_crc16, tables, crc16)->RangeMultiplier(32)->Range(64, 64 << 10);
+BENCHMARK_CAPTURE(BM_crc16, bitAtATime, crc16BitAtATime)->RangeMultiplier(32)->Range(64, 64 << 10);
+
+}  // namespace

@@ -1,0 +1,68 @@
+// From the memory file to each EBR's column of bits.
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "data.h"
+#include "ramgraftassert.h"
+#include "ramgraftcontents.h"
+#include "ramgraftread.h"
+
+namespace {
+
+constexpr std::int64_t NUM_WORDS = 2048;
+
+// `numWords` words of random bits for `numEbrs` EBRs.
+EbrContents makeContents(std::int64_t numWords, std::int64_t numEbrs, std::int64_t bitsPerEbr) {
+  const auto size = static_cast<std::size_t>(numWords * numEbrs * bitsPerEbr / 8);
+  const ByteBuffer bytes = makeConfiguration(size, Fill::DENSE);
+  EbrContents contents(static_cast<std::uint64_t>(numEbrs), static_cast<std::uint64_t>(bitsPerEbr));
+  contents.appendBytes(std::vector<unsigned char>(bytes.data(), bytes.data() + bytes.size()));
+  return contents;
+}
+
+// Arguments: bits of a word, bytes of the memory file.
+void BM_appendWord(benchmark::State& state) {
+  const std::string text = makeMemoryText(static_cast<std::size_t>(state.range(1)),
+                                          static_cast<std::size_t>(state.range(0)));
+  for ([[maybe_unused]] auto _ : state) {
+    EbrContents contents(static_cast<std::uint64_t>(state.range(0)) / 8, 8);
+    contents.reserve(text.size() / 2 + 1);
+    LineReader reader(text, "#/");
+    for (TextLine line; reader.next(line);) {
+      assertThat(contents.appendWord(line.text), "BM_appendWord", "contents.appendWord(line.text)");
+    }
+    benchmark::DoNotOptimize(contents.getLongestColumnBits());
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
+}
+BENCHMARK(BM_appendWord)->ArgsProduct({{8, 256, 8000}, {64 << 10, 1 << 20, 16 << 20}});
+
+// Reads the columns of all EBRs. Arguments: bits of each word that an EBR holds, number of EBRs.
+void BM_columns(benchmark::State& state) {
+  const EbrContents contents = makeContents(NUM_WORDS, state.range(1), state.range(0));
+  for ([[maybe_unused]] auto _ : state) {
+    for (std::uint64_t ebr = 0; ebr < contents.getNumEbrs(); ++ebr) {
+      EbrColumnReader column(contents, ebr);
+      const std::uint64_t columnBits = contents.getColumnBits(ebr);
+      for (std::uint64_t done = 0; done < columnBits; done += 64) {
+        benchmark::DoNotOptimize(column.nextFrame());
+      }
+    }
+  }
+  state.SetBytesProcessed(state.iterations() * NUM_WORDS * state.range(0) * state.range(1) / 8);
+}
+BENCHMARK(BM_columns)->ArgsProduct({{1, 8, 9, 16, 36}, {8, 64, 1000}});
+
+// Argument: data bits in the column, at most those of 819 frames. The line is as long for few bits
+// as for many.
+void BM_makePhysicalLine(benchmark::State& state) {
+  const EbrContents contents = makeContents(state.range(0) / 8, 1, 8);
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(makePhysicalLine(contents, 0));
+  state.SetBytesProcessed(state.iterations() * state.range(0) / 8);
+}
+BENCHMARK(BM_makePhysicalLine)->Arg(1024)->Arg(16384)->Arg(52416);
+
+}  // namespace
