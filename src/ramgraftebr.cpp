@@ -76,7 +76,7 @@ void warnOfWrongCrc(const BitstreamTraverser& traverser, int dataCount, const st
 void warnOfLostWords(std::uint64_t words, std::uint64_t capacity, const std::string& wid) {
   if (words <= capacity) return;
   printWarning("wid ", wid, ": the memory file gives ", std::to_string(words),
-               " words of 8 bits, the EBR's payload takes ", std::to_string(capacity),
+               " words of 8 bits, the EBR takes ", std::to_string(capacity),
                ": the rest is not written");
 }
 

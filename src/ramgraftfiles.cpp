@@ -24,9 +24,9 @@ constexpr std::string_view CANT_OPEN_TEXT_FILE = "ERROR: Can't open file ";
 constexpr std::string_view CANT_OPEN_BIT_FILE = "ERROR: can't open file ";
 
 bool readOrReport(const std::string& fileName, std::string_view cantOpen, ByteBuffer& bytes,
-                  FileIdentity& identity) {
+                  struct stat& status) {
   const ReadResult result = mapWholeFile(fileName, bytes);
-  identity = result.identity;
+  status = result.status;
   switch (result.outcome) {
     case ReadResult::Outcome::DONE:
       return true;
@@ -41,8 +41,8 @@ bool readOrReport(const std::string& fileName, std::string_view cantOpen, ByteBu
 }
 
 bool readTextFile(const std::string& fileName, ByteBuffer& text) {
-  FileIdentity identity;
-  return readOrReport(fileName, CANT_OPEN_TEXT_FILE, text, identity);
+  struct stat status {};
+  return readOrReport(fileName, CANT_OPEN_TEXT_FILE, text, status);
 }
 
 // "FILE, line N: ", the place that an error line names.
@@ -278,8 +278,8 @@ bool loadInputFiles(const std::string& widFile, const std::string& memFile,
 
 bool readBitFile(const std::string& fileName, Bitstream& bitstream) {
   ByteBuffer bytes;
-  FileIdentity identity;
-  if (!readOrReport(fileName, CANT_OPEN_BIT_FILE, bytes, identity)) return false;
+  struct stat status {};
+  if (!readOrReport(fileName, CANT_OPEN_BIT_FILE, bytes, status)) return false;
   bitstream.pushBytes(std::move(bytes));
   return true;
 }

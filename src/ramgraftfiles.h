@@ -17,7 +17,7 @@ struct RunInputs {
   int addrWidth = 0;
   int dataWidth = 0;
   std::optional<EbrContents> contents;  ///< the memory words, dealt out to the wids
-  FileIdentity bitFile;                 ///< of the input bitstream
+  struct stat bitFile {};               ///< status of the input bitstream before it was read
 };
 
 /// Appends the lines of a text file to `lines`: all but the empty ones and those that begin with

@@ -20,22 +20,21 @@ std::size_t expectedBytes(const struct stat& status) {
 using Outcome = ReadResult::Outcome;
 
 // Opens the file and fills in the result as far as it goes. The outcome tells of a failure.
-FileDescriptor openToRead(const std::string& fileName, struct stat& status, ReadResult& result) {
+FileDescriptor openToRead(const std::string& fileName, ReadResult& result) {
   FileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
   if (!file.isOpen()) {
-    result = {Outcome::CANT_OPEN, errno, {}};
-  } else if (::fstat(file.get(), &status) != 0) {
-    result = {Outcome::CANT_READ, errno, {}};
-  } else {
-    result.identity = identityOf(status);
+    result.outcome = Outcome::CANT_OPEN;
+    result.error = errno;
+  } else if (::fstat(file.get(), &result.status) != 0) {
+    result.outcome = Outcome::CANT_READ;
+    result.error = errno;
   }
   return file;
 }
 
-void readToEnd(const FileDescriptor& file, const struct stat& status, ByteBuffer& bytes,
-               ReadResult& result) {
+void readToEnd(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result) {
   bytes.resize(0);
-  bytes.reserve(expectedBytes(status));
+  bytes.reserve(expectedBytes(result.status));
   for (;;) {
     if (bytes.size() == bytes.capacity()) bytes.reserve(bytes.capacity() * 2);
     const ssize_t count =
@@ -63,26 +62,33 @@ void endOnCutShortFile(int /*signal*/) {
 }  // namespace
 
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
-  struct stat status {};
   ReadResult result;
-  const FileDescriptor file = openToRead(fileName, status, result);
-  if (result.outcome == Outcome::DONE) readToEnd(file, status, bytes, result);
+  const FileDescriptor file = openToRead(fileName, result);
+  if (result.outcome == Outcome::DONE) readToEnd(file, bytes, result);
   return result;
 }
 
 ReadResult mapWholeFile(const std::string& fileName, ByteBuffer& bytes) {
   constexpr off_t SMALLEST_MAPPED = off_t{256} << 10;  // below it, mapping costs more than copying
-  struct stat status {};
   ReadResult result;
-  const FileDescriptor file = openToRead(fileName, status, result);
+  const FileDescriptor file = openToRead(fileName, result);
   if (result.outcome != Outcome::DONE) return result;
   cutShortMessage = "ERROR: can't read file " + fileName + ": it was cut short while in use\n";
   std::signal(SIGBUS, endOnCutShortFile);
-  const bool isMapped = S_ISREG(status.st_mode) && status.st_size >= SMALLEST_MAPPED &&
-                        bytes.map(file.get(), static_cast<std::size_t>(status.st_size));
+  const bool isLarge = S_ISREG(result.status.st_mode) && result.status.st_size >= SMALLEST_MAPPED;
   // What can't be mapped, or not all of it, is read: that works, or tells the reason.
-  if (!isMapped) readToEnd(file, status, bytes, result);
+  if (!isLarge || !bytes.map(file.get(), static_cast<std::size_t>(result.status.st_size))) {
+    readToEnd(file, bytes, result);
+  }
   return result;
+}
+
+bool hasChanged(const std::string& fileName, const struct stat& before) {
+  struct stat now {};
+  if (!S_ISREG(before.st_mode) || ::stat(fileName.c_str(), &now) != 0) return false;
+  return identityOf(now) == identityOf(before) &&
+         (now.st_size != before.st_size || now.st_mtim.tv_sec != before.st_mtim.tv_sec ||
+          now.st_mtim.tv_nsec != before.st_mtim.tv_nsec);
 }
 
 bool LineReader::next(TextLine& line) {

@@ -15,7 +15,7 @@ struct ReadResult {
 
   Outcome outcome = Outcome::DONE;
   int error = 0;          ///< the system's error number unless DONE
-  FileIdentity identity;  ///< of the file read, once it could be opened
+  struct stat status {};  ///< of the file before it was read, once it could be opened
 };
 
 /// Reads all bytes of the named file, which may be a pipe, into `bytes`, whose earlier contents are
@@ -26,6 +26,10 @@ ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
 /// time of a run on a large bitstream (bench/). The file must stay as it is while `bytes` is in
 /// use; when it is cut short nevertheless, the process ends with an ERROR line and exit status 1.
 ReadResult mapWholeFile(const std::string& fileName, ByteBuffer& bytes);
+
+/// Whether the named regular file, whose status was `before` when it was opened to be read, has
+/// been written to since. A file of the same name that has taken its place doesn't count.
+bool hasChanged(const std::string& fileName, const struct stat& before);
 
 /// One line of a text file.
 struct TextLine {

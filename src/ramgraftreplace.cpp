@@ -42,12 +42,13 @@ std::string folderOf(const std::string& path) { return path.substr(0, path.rfind
 
 // Follows the symlinks that the last component of a path leads through, so that the file at their
 // end, which need not exist, is replaced and not a link. Stops at the name of an open descriptor,
-// and in /proc, where the text of a link is no path. 0 or the error number.
+// and at another process's, where the text of a link is no path. 0 or the error number.
 int followLinks(std::string& path) {
   constexpr int MOST_LINKS = 40;  // as many as the system itself follows
   std::array<char, PATH_MAX> target;
   for (int links = 0; links < MOST_LINKS; ++links) {
-    if (namedDescriptor(path) >= 0 || path.starts_with("/proc/")) return 0;
+    const bool isProcess = path.starts_with("/proc/") && path.find("/fd/") != std::string::npos;
+    if (namedDescriptor(path) >= 0 || isProcess) return 0;
     const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
     if (length < 0) return errno == EINVAL || errno == ENOENT ? 0 : errno;  // no link, or nothing
     const std::string_view to(target.data(), static_cast<std::size_t>(length));
@@ -129,14 +130,17 @@ struct Replacement {
   bool isFlushed;         ///< to be on the disk before it replaces the old file
 };
 
-// Gives a new file the old one's owner and mode. The owner only where that is allowed; the bits
-// that lend the owner's rights are then not passed on to another's file.
-int takeOverOwnerAndMode(const FileDescriptor& file, const struct stat& oldStatus) {
+// Gives a new file the old one's owner, group and mode. Owner and group only where that is allowed;
+// the bits that lend the owner's rights are then not passed on to another's file.
+int takeOverOwnerAndMode(const FileDescriptor& file, const struct stat& old) {
   struct stat status {};
   if (::fstat(file.get(), &status) != 0) return errno;
-  mode_t mode = oldStatus.st_mode & 07777;
-  const bool isSameOwner = status.st_uid == oldStatus.st_uid && status.st_gid == oldStatus.st_gid;
-  if (!isSameOwner && ::fchown(file.get(), oldStatus.st_uid, oldStatus.st_gid) != 0) mode &= 0777;
+  mode_t mode = old.st_mode & 07777;
+  const bool isSameOwner = status.st_uid == old.st_uid && status.st_gid == old.st_gid;
+  if (!isSameOwner && ::fchown(file.get(), old.st_uid, old.st_gid) != 0) {
+    static_cast<void>(!::fchown(file.get(), static_cast<uid_t>(-1), old.st_gid));
+    mode &= 0777;
+  }
   if ((status.st_mode & 07777) == mode && isSameOwner) return 0;
   return ::fchmod(file.get(), mode) == 0 ? 0 : errno;
 }
@@ -158,9 +162,9 @@ FileDescriptor openUnnamed(int folder) {
   return FileDescriptor(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
 }
 
-int linkUnnamed(const FileDescriptor& file, int folder, const char* name) {
+bool linkUnnamed(const FileDescriptor& file, int folder, const char* name) {
   const std::string self = "/proc/self/fd/" + std::to_string(file.get());
-  return ::linkat(AT_FDCWD, self.c_str(), folder, name, AT_SYMLINK_FOLLOW) == 0 ? 0 : errno;
+  return ::linkat(AT_FDCWD, self.c_str(), folder, name, AT_SYMLINK_FOLLOW) == 0;
 }
 
 // Whether the error means that the folder takes no new file, or that the target can't be renamed
@@ -177,14 +181,11 @@ int replaceByRename(const Replacement& replacement, bool& isInPlaceOnly) {
   if (!folder.isOpen()) return errno;
 
   FileDescriptor file = openUnnamed(folder.get());
-  const bool isUnnamed = file.isOpen();
-  if (isUnnamed) {
+  if (file.isOpen()) {
     if (const int error = fill(file, replacement); error != 0) return error;
   }
   TemporaryName name(folder.get());
-  if (isUnnamed) {
-    if (const int error = linkUnnamed(file, folder.get(), name.get()); error != 0) return error;
-  } else {
+  if (!file.isOpen() || !linkUnnamed(file, folder.get(), name.get())) {
     file = FileDescriptor(
         ::openat(folder.get(), name.get(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!file.isOpen()) {

@@ -11,7 +11,9 @@
 #include "ramgraftbstream.h"
 
 /// Finds the address section of one wid after the other as a search from the stream's start would
-/// find it each time, but looks at every bit only once: it remembers the chain of sections.
+/// find it each time, but remembers the chain of sections and looks at every bit only once, and
+/// again where something was written. (Streams built so that each write takes sections away from
+/// the chain or adds some still cost the length of the chain for each wid.)
 ///
 /// The chain is what such a search visits: its first section is the first in the stream, and each
 /// further one the first that begins at or after the end of the identifier of the one before.
