@@ -65,7 +65,11 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   while (end - data >= 2) {
     const unsigned code = data[0] % 5;
     const std::size_t count = data[1] % 100;
-    const std::string pattern = takeDigits(data += 2, end, count);
+    data += 2;
+    // A pattern from the stream is one that a search can find.
+    const bool isFromStream = code == 0 && count >= 50 && count < model.stream.size();
+    const std::string pattern =
+        isFromStream ? model.stream.substr(count, 2 * count - 60) : takeDigits(data, end, count);
     const char digit = pattern.empty() ? '0' : pattern[0];
     bool expected = true, actual = true;
     if (code == 0) {
@@ -80,8 +84,9 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     } else if (code == 3 && traverser.getBitsLeft() > count) {
       std::string text;
       expected = model.skip(count);
-      traverser.skipBits(static_cast<int>(count), newBits, text);
-      actual = text == model.list.substr(model.list.size() - count);
+      traverser.skipBits(static_cast<int>(count / 2), newBits);
+      traverser.skipBits(static_cast<int>(count - count / 2), newBits, text);
+      actual = text == model.list.substr(model.list.size() - text.size());
     } else if (code == 4 && count < model.stream.size()) {
       traverser.setBitIndex(model.cursor = count);
     }
@@ -96,7 +101,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
 std::string makeSeed(std::mt19937_64& random) {
   std::string seed;
-  for (std::uint64_t n = 20 + random() % 60; n > 0; --n) {
+  for (std::uint64_t n = 20 + random() % 200; n > 0; --n) {
     seed += static_cast<char>(random() % 3 == 0 ? random() : random() % 4);
   }
   return seed;

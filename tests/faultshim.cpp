@@ -62,4 +62,4 @@ long call(std::string_view name, long a, long b, long c, long d, long e, long f)
 // clang-format off
 CALL(access) CALL(close) CALL(fchmod) CALL(fchown) CALL(fcntl) CALL(fstat) CALL(fsync)
 CALL(ftruncate) CALL(getrandom) CALL(linkat) CALL(lseek) CALL(madvise) CALL(mmap) CALL(open)
-CALL(openat) CALL(read) CALL(readlink) CALL(renameat) CALL(unlinkat) CALL(write)
+CALL(openat) CALL(read) CALL(readlink) CALL(renameat) CALL(stat) CALL(unlinkat) CALL(write)
