@@ -202,7 +202,8 @@ class Faults(unittest.TestCase):
     def test_standard_output_as_output(self):
         for name in "/dev/fd/1", "/dev/stdout":
             stage = Stage(names={3: name}, mode=0o640)
-            told = PROGRESS.encode() + stage.new[0] + f"STATUS: Successfully wrote {name}\n".encode()
+            end = f"STATUS: Successfully wrote {name}\n"
+            told = PROGRESS.encode() + stage.new[0] + end.encode()
             self.assertEqual((stage.run(**OTHER_USER), stage.said.encode("latin-1")), (0, told))
             for mode, before in ("ab", stage.old[0]), ("wb", b""):
                 with open(stage.target, mode) as target:
