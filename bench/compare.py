@@ -4,8 +4,8 @@
     bench/compare.py [--quick]
 
 The streams are made in build/bench-data and kept for the next time. --quick runs small streams
-twice, to see that everything works; its times mean nothing. The exit status is 1 when a run fails,
-when its output is wrong or, without --quick, when a ratio is over its limit.
+twice, to see that everything works; its times mean nothing. The exit status is 1 when a run fails or
+its output is wrong; ratios over their limit are listed.
 """
 
 import argparse
