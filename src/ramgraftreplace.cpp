@@ -157,9 +157,9 @@ int fill(const FileDescriptor& file, const Replacement& replacement) {
 
 // Opens a file without a name in the folder, or one that is not open when the file system, or a
 // system without /proc, can't have one.
-FileDescriptor openUnnamed(int folder) {
+FileDescriptor openUnnamed(int folder, mode_t mode) {
   if (::access("/proc/self/fd", X_OK) != 0) return FileDescriptor();
-  return FileDescriptor(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666));
+  return FileDescriptor(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
 }
 
 bool linkUnnamed(const FileDescriptor& file, int folder, const char* name) {
@@ -180,14 +180,16 @@ int replaceByRename(const Replacement& replacement, bool& isInPlaceOnly) {
       ::open(folderName.empty() ? "." : folderName.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
   if (!folder.isOpen()) return errno;
 
-  FileDescriptor file = openUnnamed(folder.get());
+  // Until it has the mode of the old file, which may be a private one, it is for nobody else.
+  const mode_t mode = replacement.isOldKnown ? 0600 : 0666;
+  FileDescriptor file = openUnnamed(folder.get(), mode);
   if (file.isOpen()) {
     if (const int error = fill(file, replacement); error != 0) return error;
   }
   TemporaryName name(folder.get());
   if (!file.isOpen() || !linkUnnamed(file, folder.get(), name.get())) {
     file = FileDescriptor(
-        ::openat(folder.get(), name.get(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        ::openat(folder.get(), name.get(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
     if (!file.isOpen()) {
       isInPlaceOnly = mustStayInPlace(errno);
       return errno;

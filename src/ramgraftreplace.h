@@ -15,7 +15,8 @@
 /// signals INT, TERM and HUP leave no temporary behind. A symlink stays, the file it leads to is
 /// replaced; an old file's mode is kept, and its owner where allowed. A file that can't be opened
 /// for writing is not replaced. Where the folder takes no new file, an old one is written in place
-/// and put back as it was when that fails. Devices, pipes and the names of open descriptors
+/// and put back as it was when that fails; its other hard links change with it. Devices, pipes and
+/// the names of open descriptors
 /// (/dev/stdout, /dev/fd/N) are written directly.
 ///
 /// `original` is the file that the contents were made from. When the name leads to that file, the

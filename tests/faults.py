@@ -123,6 +123,8 @@ class Faults(unittest.TestCase):
         if stage.left:
             self.assertTrue(may_leave, ("temporary", *told))
             self.assertRegex(stage.left, r"\A\.ramgraft-[0-9a-f]{16}\.tmp\Z", told)
+            temporary = next(stage.folder.rglob(stage.left)).stat().st_mode & 0o777
+            self.assertEqual(temporary & ~stage.new[1], 0, ("readable by others", *told))
             self.check(stage, [0])
         return [name for name, _ in stage.calls]
 
