@@ -33,7 +33,7 @@ MODE = 0o4640 if OTHER_USER else 0o640  # the system takes the 4000 away when ot
 
 NO_UNNAMED = os.O_TMPFILE & ~os.O_DIRECTORY  # what a folder can't have
 NO_NEW = NO_UNNAMED | os.O_CREAT
-SHORT, CUT = 1000, 1001  # faults beside error numbers and negated signal numbers
+SHORT, CUT, TOUCH = 1000, 1001, 1002  # faults beside error numbers and negated signal numbers
 FAULTS = [EIO, EACCES, -SIGKILL, -SIGINT]
 HARMLESS = {"read": [SHORT, EINTR], "write": [SHORT, EINTR], "close": [EINTR]}
 CASES = [("nothing", SMALL, 0), ("nothing", MAPPED, NO_UNNAMED), ("file", MAPPED, 0),
@@ -235,18 +235,18 @@ class Faults(unittest.TestCase):
     def test_input_cut_short(self):
         cut, changed = (f"ERROR: can't read file in.bit: it was {what} while in use\n"
                         for what in ("cut short", "changed"))
-        for filler in SMALL, MAPPED:
+        for filler, fault in (SMALL, CUT), (MAPPED, CUT), (SMALL, TOUCH), (MAPPED, TOUCH):
             calls = self.check(Stage("file", filler), [0])
             loaded, looked = calls.index("stat"), calls.index("stat") + 1
             said = dict.fromkeys([loaded, looked], PROGRESS + changed)
-            if filler == MAPPED:  # then it is in use until it is written
+            if (filler, fault) == (MAPPED, CUT):  # then it is in use until it is written
                 said[loaded] = PROCESSING + cut
                 said |= dict.fromkeys(range(looked + 1, calls.index("write") + 2),
                                       f"{PROGRESS}ERROR: Can't write file out.bit\n")
             for at, text in said.items():
                 stage = Stage("file", filler)
-                self.assertEqual((stage.run(at, CUT), stage.said, stage.output(), stage.left),
-                                 (1, text, stage.old, ""), at)
+                self.assertEqual((stage.run(at, fault), stage.said, stage.output(), stage.left),
+                                 (1, text, stage.old, ""), (at, fault))
 
 
 if __name__ == "__main__":

@@ -4,11 +4,13 @@
 //
 //   FAULT_AT    number of the call; 0 for none
 //   FAULT_KIND  what happens to it: an error number; SHORT: it moves one byte only; CUT: in.bit is
-//               cut short before it; a negated signal number: the signal is raised before it
+//               cut short before it; TOUCH: in.bit is written to before it, its size staying; a
+//               negated signal number: the signal is raised before it
 //   FAULT_NO    the flags of openat() that the folder refuses; 0 for none
 //   FAULT_LOG   an open descriptor that takes a line "name result" for every call
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,6 +23,7 @@ namespace {
 
 constexpr int SHORT = 1000;
 constexpr int CUT = 1001;
+constexpr int TOUCH = 1002;
 
 using Function = long(long, long, long, long, long, long);
 
@@ -36,6 +39,7 @@ long call(std::string_view name, long a, long b, long c, long d, long e, long f)
   int fault = calls == setting("FAULT_AT") ? setting("FAULT_KIND") : 0;
   if (fault < 0) std::raise(-fault);
   if (fault == CUT && ::truncate("in.bit", 0) != 0) std::abort();
+  if (fault == TOUCH && ::utimensat(AT_FDCWD, "in.bit", nullptr, 0) != 0) std::abort();
   if (fault == SHORT) c = 1;
   const long refused = name == "openat" ? c & setting("FAULT_NO") : 0;
   if (refused != 0) fault = refused == O_CREAT ? EACCES : EOPNOTSUPP;
