@@ -7,7 +7,7 @@
 
 #include "data.h"
 #include "ramgraftassert.h"
-#include "ramgraftcontents.h"
+#include "ramgraftcolumns.h"
 #include "ramgraftread.h"
 
 namespace {
@@ -44,12 +44,9 @@ BENCHMARK(BM_appendWord)->ArgsProduct({{8, 256, 8000}, {64 << 10, 1 << 20, 16 <<
 void BM_columns(benchmark::State& state) {
   const EbrContents contents = makeContents(NUM_WORDS, state.range(1), state.range(0));
   for ([[maybe_unused]] auto _ : state) {
+    EbrColumns columns(contents);
     for (std::uint64_t ebr = 0; ebr < contents.getNumEbrs(); ++ebr) {
-      EbrColumnReader column(contents, ebr);
-      const std::uint64_t columnBits = contents.getColumnBits(ebr);
-      for (std::uint64_t done = 0; done < columnBits; done += 64) {
-        benchmark::DoNotOptimize(column.nextFrame());
-      }
+      benchmark::DoNotOptimize(columns.get(ebr).data());
     }
   }
   state.SetBytesProcessed(state.iterations() * NUM_WORDS * state.range(0) * state.range(1) / 8);
@@ -60,7 +57,8 @@ BENCHMARK(BM_columns)->ArgsProduct({{1, 8, 9, 16, 36}, {8, 64, 1000}});
 // as for many.
 void BM_makePhysicalLine(benchmark::State& state) {
   const EbrContents contents = makeContents(state.range(0) / 8, 1, 8);
-  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(makePhysicalLine(contents, 0));
+  EbrColumns columns(contents);
+  for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(makePhysicalLine(columns, 0));
   state.SetBytesProcessed(state.iterations() * state.range(0) / 8);
 }
 BENCHMARK(BM_makePhysicalLine)->Arg(1024)->Arg(16384)->Arg(52416);

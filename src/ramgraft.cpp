@@ -36,6 +36,7 @@ bool moveToEbr(const std::string& wid, EbrSectionMap& sections, BitstreamTravers
 bool replaceAllContents(const RunInputs& inputs, Bitstream& bitstream) {
   BitstreamTraverser traverser(&bitstream);
   EbrSectionMap sections(bitstream, inputs.wids);
+  EbrColumns columns(*inputs.contents);
   const std::size_t numEbrs = inputs.wids.size();
   for (std::size_t i = 0; i < numEbrs; ++i) {
     const std::string& wid = inputs.wids[i];
@@ -45,7 +46,7 @@ bool replaceAllContents(const RunInputs& inputs, Bitstream& bitstream) {
     int dataCount = 0;
     if (!findEbrDataSection(traverser, dataCount)) return false;
     const std::uint64_t payload = traverser.getBitIndex();
-    if (!replaceEbrContents(traverser, *inputs.contents, i, dataCount, wid)) return false;
+    if (!replaceEbrContents(traverser, columns, i, dataCount, wid)) return false;
     // The new contents may spell an address section, or break one that the old ones spelled.
     sections.bitsChanged(payload, traverser.getBitIndex());
   }

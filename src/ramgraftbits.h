@@ -35,6 +35,12 @@ inline void storeBigEndian64(unsigned char* bytes, std::uint64_t value) {
   std::memcpy(bytes, &value, sizeof value);
 }
 
+/// Stores `value` in the eight bytes at `bytes`, least significant byte first.
+inline void storeLittleEndian64(unsigned char* bytes, std::uint64_t value) {
+  value = swapUnless(std::endian::little, value);
+  std::memcpy(bytes, &value, sizeof value);
+}
+
 /// A growable sequence of bits held as the file's bytes: bit 8k is the most significant bit of
 /// byte k. Indexes and sizes are in bits unless a name says bytes. Nothing here checks an index;
 /// Bitstream, its one owner, does.

@@ -35,9 +35,10 @@ class ByteBuffer {
   /// so that they are not copied; changing them doesn't change the file. False, with the buffer
   /// emptied, when the system can't do so or the bytes can't all be read.
   bool map(int descriptor, std::size_t bytes);
-  /// Sets the number of bytes; added bytes are uninitialised. Throws as reserve() does.
+  /// Sets the number of bytes; added bytes are uninitialised. Growing step by step takes amortised
+  /// constant time for each byte. Throws as reserve() does.
   void resize(std::size_t bytes);
-  /// Appends one byte, in amortised constant time. Throws as reserve() does.
+  /// Appends one byte. Throws as reserve() does.
   void push(unsigned char byte);
 
  private:

@@ -3,9 +3,10 @@
 #define RAMGRAFTCONTENTS_H
 
 #include <cstdint>
-#include <string>
 #include <string_view>
 #include <vector>
+
+#include "ramgraftbuffer.h"
 
 /// The new contents of all listed EBRs. The memory words form one long row of bits; it is cut into
 /// groups of `bitsPerEbr` bits, and the groups are dealt out to the EBRs in turn, from the last
@@ -36,49 +37,19 @@ class EbrContents {
   std::uint64_t getColumnBits(std::uint64_t ebr) const;
   /// Data bits in the longest column, which is always that of the last EBR.
   std::uint64_t getLongestColumnBits() const { return getColumnBits(numEbrs - 1); }
+  /// Place of EBR number `ebr` in each round of dealing, from 0.
+  std::uint64_t getTurn(std::uint64_t ebr) const { return numEbrs - 1 - ebr; }
+  /// The row of bits, the first bit least significant in the first byte, so that 8 bits of a column
+  /// are a payload byte as they stand. Eight more bytes behind them may be read, but mean nothing.
+  /// Null when there are none.
+  const unsigned char* getBytes() const { return bytes.data(); }
 
  private:
-  friend class EbrColumnReader;
-
-  std::uint64_t getNumBits() const;
+  unsigned char* grow(std::size_t numBytes);
 
   std::uint64_t numEbrs;
   std::uint64_t bitsPerEbr;
-  // The words' bits, first bit least significant, so that 8 bits of a column are a payload byte as
-  // they stand. SLACK zero bytes follow, so that a whole word can be loaded at any bit.
-  std::vector<unsigned char> bytes;
+  ByteBuffer bytes;  ///< the row of bits; room for SLACK bytes more stands behind it
 };
-
-/// Reads one EBR's column from its first bit on. Refers to the contents, which must outlive it and
-/// stay unchanged.
-class EbrColumnReader {
- public:
-  EbrColumnReader(const EbrContents& contents, std::uint64_t ebr);
-
-  /// The next 64 data bits, the first one least significant: the eight bytes of a payload frame,
-  /// the first one lowest. Bits behind the column's end are 0.
-  std::uint64_t nextFrame();
-
- private:
-  template <unsigned GROUP_BITS>
-  std::uint64_t gather();
-
-  const EbrContents& contents;
-  std::uint64_t bitsLeft;       ///< of the column
-  std::uint64_t position;       ///< of the next bit, in the words' row of bits
-  std::uint64_t groupBitsLeft;  ///< of the group that `position` stands in
-};
-
-/// Characters of the physical column that holds `dataBits` data bits, before it is padded: blocks
-/// of 20 characters carry 16 data bits, and nothing stands behind the last data bit.
-std::uint64_t columnLength(std::uint64_t dataBits);
-
-/// Payload words that the physical line of a column with `dataBits` data bits fills: two for each
-/// whole block of the padded column.
-std::uint64_t physicalLineWords(std::uint64_t dataBits);
-
-/// The physical line of EBR number `ebr`: its padded column, last character first, as hexadecimal
-/// text. A column longer than COLUMN_LENGTH must have a multiple of 8 characters.
-std::string makePhysicalLine(const EbrContents& contents, std::uint64_t ebr);
 
 #endif

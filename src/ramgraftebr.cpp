@@ -1,7 +1,9 @@
 #include "ramgraftebr.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <span>
 
 #include "ramgraftassert.h"
 #include "ramgraftbits.h"
@@ -80,27 +82,42 @@ void warnOfLostWords(std::uint64_t words, std::uint64_t capacity, const std::str
                ": the rest is not written");
 }
 
-// The payload frame that holds the eight bytes of `contents`, lowest byte first:
+// Stores the payload frame that holds the eight bytes of `contents`:
 //
 //   bit   0 1      8 9 10    17 ...  54 55    62 63 64     71
 //         0 [byte 0] 0 [byte 1] ...   0 [byte 6]  0 [byte 7]
-void storeFrame(unsigned char* frame, std::uint64_t contents) {
-  std::uint64_t first64 = 0;
-  for (unsigned word = 0; word < FRAME_WORDS - 1; ++word) {
-    first64 |= (contents >> 8 * word & 0xFF) << (55 - 9 * word);
-  }
-  storeBigEndian64(frame, first64);
-  frame[8] = static_cast<unsigned char>(contents >> 56);
+//
+// In a word of 64 bits byte k has to move k + 1 bits: each of them one bit, then the second half
+// of the word four more, the second quarter of each half two more, and of each quarter the second
+// byte one more. The masks hold what stays.
+void storeFrame(unsigned char* frame, const unsigned char* contents) {
+  const auto moveRest = [](std::uint64_t word, std::uint64_t staying, unsigned count) {
+    return (word & staying) | (word & ~staying) >> count;
+  };
+  std::uint64_t word = loadBigEndian64(contents) >> 1;
+  word = moveRest(word, 0x7FFFFFFF80000000, 4);
+  word = moveRest(word, 0x7FFF800007FFF800, 2);
+  word = moveRest(word, 0x7F801FE007F801FE, 1);
+  storeBigEndian64(frame, word);
+  frame[8] = contents[7];
 }
 
-// The first `numWords` payload words of a column, in whole frames.
-std::vector<unsigned char> makePayload(EbrColumnReader column, std::uint64_t numWords) {
+// Overwrites `numWords` payload words from bit `index` on with a column's bytes and zeros behind
+// them.
+void overwritePayload(Bitstream& bitstream, std::uint64_t index,
+                      std::span<const unsigned char> column, std::uint64_t numWords) {
   constexpr std::uint64_t FRAME_BYTES = FRAME_BITS / 8;
-  std::vector<unsigned char> payload((numWords + FRAME_WORDS - 1) / FRAME_WORDS * FRAME_BYTES);
-  for (std::size_t i = 0; i < payload.size(); i += FRAME_BYTES) {
-    storeFrame(&payload[i], column.nextFrame());
+  constexpr std::uint64_t PIECE_WORDS = 64 * FRAME_WORDS;  // a piece stays in the nearest cache
+  constexpr std::array<unsigned char, FRAME_WORDS> ZEROS{};
+  std::array<unsigned char, PIECE_WORDS / FRAME_WORDS * FRAME_BYTES> piece;
+  for (std::uint64_t begin = 0; begin < numWords; begin += PIECE_WORDS) {
+    const std::uint64_t end = std::min(begin + PIECE_WORDS, numWords);
+    unsigned char* frame = piece.data();
+    for (std::uint64_t word = begin; word < end; word += FRAME_WORDS, frame += FRAME_BYTES) {
+      storeFrame(frame, word < column.size() ? &column[word] : ZEROS.data());
+    }
+    bitstream.overwriteBits(index + begin * WORD_BITS, piece.data(), (end - begin) * WORD_BITS);
   }
-  return payload;
 }
 
 // Appends the payload bits that a physical line stands for: of every whole block of 20 bits,
@@ -182,8 +199,9 @@ void transformLogInitToPhy(const std::vector<std::string>& memoryLines, int /*ad
     assertThat(bytes.size() * 8 % bitsPerEbr == 0, SIGNATURE, "bits.size() % bitsPerEbr == 0");
     contents.appendBytes(bytes);
   }
+  EbrColumns columns(contents);
   for (std::uint64_t ebr = 0; ebr < contents.getNumEbrs(); ++ebr) {
-    physicalLines.push_back(makePhysicalLine(contents, ebr));
+    physicalLines.push_back(makePhysicalLine(columns, ebr));
   }
 }
 
@@ -217,18 +235,16 @@ bool replaceEbrData(
   return true;
 }
 
-bool replaceEbrContents(BitstreamTraverser& traverser, const EbrContents& contents,
-                        std::uint64_t ebr, int dataCount, const std::string& wid) {
+bool replaceEbrContents(BitstreamTraverser& traverser, EbrColumns& columns, std::uint64_t ebr,
+                        int dataCount, const std::string& wid) {
   if (!checkPayloadFits(traverser, dataCount)) return false;
   warnOfWrongCrc(traverser, dataCount, wid);
 
-  const std::uint64_t dataBits = contents.getColumnBits(ebr);
+  const std::uint64_t dataBits = columns.getContents().getColumnBits(ebr);
   const std::uint64_t capacity =
       std::min(payloadBits(dataCount) / WORD_BITS, physicalLineWords(dataBits));
   warnOfLostWords((dataBits + 7) / 8, capacity, wid);
-  const std::vector<unsigned char> payload = makePayload(EbrColumnReader(contents, ebr), capacity);
-  traverser.getBitstream()->overwriteBits(traverser.getBitIndex(), payload.data(),
-                                          capacity * WORD_BITS);
+  overwritePayload(*traverser.getBitstream(), traverser.getBitIndex(), columns.get(ebr), capacity);
   moveCursor(traverser, payloadBits(dataCount));
   writeCrcAtCursor(traverser, checkedBits(dataCount));
   return true;

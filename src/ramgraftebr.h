@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "ramgraftcontents.h"
+#include "ramgraftcolumns.h"
 #include "ramgraftcrc.h"
 #include "ramgrafttraverse.h"
 
@@ -46,8 +46,8 @@ bool replaceEbrData(BitstreamTraverser& traverser, std::vector<std::string> newD
 /// number `ebr`, repairs the CRC and moves the cursor past it. Prints a WARNING line that names
 /// `wid` when the old CRC was neither right nor zero, and when the column holds more words than the
 /// payload can take.
-bool replaceEbrContents(BitstreamTraverser& traverser, const EbrContents& contents,
-                        std::uint64_t ebr, int dataCount, const std::string& wid);
+bool replaceEbrContents(BitstreamTraverser& traverser, EbrColumns& columns, std::uint64_t ebr,
+                        int dataCount, const std::string& wid);
 
 /// Overwrites the 16 bits at the cursor with the CRC over the `numBits` bits before them, taken as
 /// the whole bytes of the stream in which they stand, and moves the cursor past them. The CRC is 0

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "ramgraftassert.h"
+#include "ramgraftcolumns.h"
 #include "ramgraftformat.h"
 #include "ramgraftmessages.h"
 #include "ramgraftread.h"
@@ -269,8 +270,11 @@ bool loadInputFiles(const std::string& widFile, const std::string& memFile,
   widLength = inputs.widLength;
   addrWidth = inputs.addrWidth;
   dataWidth = inputs.dataWidth;
-  for (std::uint64_t ebr = 0; isLoaded && ebr < inputs.wids.size(); ++ebr) {
-    newData.push_back(makePhysicalLine(*inputs.contents, ebr));
+  if (isLoaded) {
+    EbrColumns columns(*inputs.contents);
+    for (std::uint64_t ebr = 0; ebr < inputs.wids.size(); ++ebr) {
+      newData.push_back(makePhysicalLine(columns, ebr));
+    }
   }
   wids = std::move(inputs.wids);
   return isLoaded;

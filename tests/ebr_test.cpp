@@ -159,6 +159,7 @@ TEST(Replacement, BySectionsOfALineEqualsTheOneStraightFromTheWords) {
     for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random());
     EbrContents contents(1, 8);
     contents.appendBytes(bytes);
+    EbrColumns columns(contents);
     const std::uint64_t length =
         std::max<std::uint64_t>(65536, columnLength(contents.getColumnBits(0)));
     ASSERT_EQ(length % 8, 0U) << wordBytes;
@@ -167,11 +168,11 @@ TEST(Replacement, BySectionsOfALineEqualsTheOneStraightFromTheWords) {
         Ebr byLine(frames, "10", before), byWords(frames, "10", before);
         int startLine = 0;
         const int dataCount = static_cast<int>(frames);
-        replaceEbrData(byLine.traverser, {makePhysicalLine(contents, 0)}, startLine, dataCount, 1,
-                       0, 0, byLine.newBits);
+        replaceEbrData(byLine.traverser, {makePhysicalLine(columns, 0)}, startLine, dataCount, 1, 0,
+                       0, byLine.newBits);
         const bool isTooMuch = wordBytes > std::min<std::size_t>(8UL * frames, length / 20 * 2);
-        const std::string warning = outputOf(
-            [&] { replaceEbrContents(byWords.traverser, contents, 0, dataCount, "w"); }, 2);
+        const std::string warning =
+            outputOf([&] { replaceEbrContents(byWords.traverser, columns, 0, dataCount, "w"); }, 2);
         EXPECT_EQ(!warning.empty(), isTooMuch) << warning;
         ASSERT_EQ(byLine.fields(0), byWords.fields(0)) << wordBytes << " " << frames << before;
         ASSERT_EQ(byLine.traverser.getBitIndex(), byWords.traverser.getBitIndex());
