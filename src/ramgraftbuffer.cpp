@@ -79,11 +79,6 @@ bool ByteBuffer::map(int descriptor, std::size_t bytes) {
   return true;
 }
 
-void ByteBuffer::resize(std::size_t bytes) {
-  if (bytes > reserved) reserve(std::max(bytes, reserved * 2));
-  length = bytes;
-}
-
 void ByteBuffer::push(unsigned char byte) {
   resize(length + 1);
   storage[length - 1] = byte;

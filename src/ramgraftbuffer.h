@@ -37,7 +37,10 @@ class ByteBuffer {
   bool map(int descriptor, std::size_t bytes);
   /// Sets the number of bytes; added bytes are uninitialised. Growing step by step takes amortised
   /// constant time for each byte. Throws as reserve() does.
-  void resize(std::size_t bytes);
+  void resize(std::size_t bytes) {
+    if (bytes > reserved) reserve(bytes > reserved * 2 ? bytes : reserved * 2);
+    length = bytes;
+  }
   /// Appends one byte. Throws as reserve() does.
   void push(unsigned char byte);
 

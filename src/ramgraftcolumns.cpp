@@ -44,17 +44,18 @@ void transpose(std::array<Row, TILE_ROUNDS>& rows) {
 class ColumnReader {
  public:
   // Starts behind the EBR's first `groupsRead` groups.
-  ColumnReader(const EbrContents& words, std::uint64_t ebr, std::uint64_t groupsRead)
-      : contents(words),
-        bitsLeft(words.getColumnBits(ebr) - groupsRead * words.getBitsPerEbr()),
-        position((groupsRead * words.getNumEbrs() + words.getTurn(ebr)) * words.getBitsPerEbr()),
-        groupBitsLeft(words.getBitsPerEbr()) {}
+  ColumnReader(const EbrContents& from, std::uint64_t ebr, std::uint64_t groupsRead)
+      : contents(from),
+        bitsLeft(from.getColumnBits(ebr) - groupsRead * from.getBitsPerEbr()),
+        position((groupsRead * from.getNumEbrs() + from.getTurn(ebr)) * from.getBitsPerEbr()),
+        groupBitsLeft(from.getBitsPerEbr()) {}
 
   std::uint64_t getBitsLeft() const { return bitsLeft; }
 
   // The next 64 data bits, the first one least significant. Bits behind the column's end are 0.
   std::uint64_t nextFrame() {
-    if (bitsLeft >= FRAME_CONTENT_BITS) {
+    // With a frame to come behind this one, whole words can be loaded for all of it.
+    if (bitsLeft >= 2 * FRAME_CONTENT_BITS) {
       switch (contents.getBitsPerEbr()) {
         case 1:
           return gather<1>();
@@ -79,9 +80,10 @@ class ColumnReader {
   template <unsigned GROUP_BITS>
   std::uint64_t gather() {
     constexpr std::uint64_t MASK = (UINT64_C(1) << GROUP_BITS) - 1;
+    const unsigned char* const words = contents.getBytes().data();
     std::uint64_t frame = 0;
     for (unsigned filled = 0; filled < FRAME_CONTENT_BITS; filled += GROUP_BITS) {
-      frame |= (load() & MASK) << filled;
+      frame |= (loadLittleEndian64(words + position / 8) >> position % 8 & MASK) << filled;
       position += contents.getNumEbrs() * GROUP_BITS;
     }
     bitsLeft -= FRAME_CONTENT_BITS;
@@ -107,9 +109,13 @@ class ColumnReader {
     return frame;
   }
 
-  // At least 57 bits from `position` on.
+  // At least 57 bits from `position` on; those behind the last byte are 0.
   std::uint64_t load() const {
-    return loadLittleEndian64(contents.getBytes() + position / 8) >> position % 8;
+    const std::span<const unsigned char> rest = contents.getBytes().subspan(position / 8);
+    if (rest.size() >= 8) return loadLittleEndian64(rest.data()) >> position % 8;
+    std::array<unsigned char, 8> last{};
+    std::copy(rest.begin(), rest.end(), last.begin());
+    return loadLittleEndian64(last.data()) >> position % 8;
   }
 
   const EbrContents& contents;
@@ -154,7 +160,7 @@ void EbrColumns::gather(std::uint64_t ebr) {
 std::uint64_t EbrColumns::gatherTiles() {
   const std::uint64_t numRounds = contents.getColumnBits(0) / FRAME_CONTENT_BITS * TILE_ROUNDS;
   for (std::uint64_t round = 0; round < numRounds; round += TILE_ROUNDS) {
-    const unsigned char* from = contents.getBytes() + round * contents.getNumEbrs();
+    const unsigned char* from = contents.getBytes().data() + round * contents.getNumEbrs();
     for (std::uint64_t tileEnd = end; tileEnd > begin; tileEnd -= TILE_EBRS) {
       std::array<Row, TILE_ROUNDS> rows;
       for (std::size_t i = 0; i < TILE_ROUNDS; ++i) {

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr std::size_t SLACK = 8;
-
 // ---- Hexadecimal digits to bytes ----
 //
 // The bits of every byte are reversed, because the words are kept first bit lowest: the first digit
@@ -54,18 +52,39 @@ bool convertBlocks(std::string_view digits, unsigned char* target) {
   return (halves[0] | halves[1]) == 0;
 }
 
-// Converts digits one after the other, an odd number as if a '0' stood in front.
-bool convertEach(std::string_view digits, unsigned char* target) {
-  bool isFirst = digits.size() % 2 == 0;  // of a byte's two digits
-  unsigned byte = 0;
-  for (const char digit : digits) {
-    const int value = hexDigitValue(digit);
-    if (value < 0) return false;
-    byte = (byte << 4 | static_cast<unsigned>(value)) & 0xFF;
-    if (!isFirst) *target++ = BIT_REVERSE_TABLE[byte];
-    isFirst = !isFirst;
+// What a digit adds to its byte. 16 bits wide, so that one OR over a word's entries tells whether
+// all of its characters are digits: a branch for every digit would be guessed wrong too often.
+constexpr std::uint16_t NOT_A_DIGIT = 0x100;
+using DigitTable = std::array<std::uint16_t, 256>;
+
+constexpr DigitTable makeDigitTable(unsigned shift) {
+  DigitTable table{};
+  for (unsigned i = 0; i < table.size(); ++i) {
+    const int value = hexDigitValue(static_cast<char>(i));
+    const unsigned reversed = value < 0 ? 0 : BIT_REVERSE_TABLE[static_cast<unsigned>(value)] >> 4U;
+    table[i] = value < 0 ? NOT_A_DIGIT : static_cast<std::uint16_t>(reversed << shift);
   }
-  return true;
+  return table;
+}
+
+constexpr DigitTable FIRST_DIGITS = makeDigitTable(0);
+constexpr DigitTable SECOND_DIGITS = makeDigitTable(4);
+
+// Converts digits pair by pair, an odd number of them as if a '0' stood in front.
+bool convertPairs(std::string_view text, unsigned char* target) {
+  const auto* digits = reinterpret_cast<const unsigned char*>(text.data());
+  const unsigned char* const end = digits + text.size();
+  unsigned seen = 0;
+  if (text.size() % 2 == 1) {
+    seen = SECOND_DIGITS[*digits++];
+    *target++ = static_cast<unsigned char>(seen);
+  }
+  for (; digits != end; digits += 2) {
+    const unsigned byte = static_cast<unsigned>(FIRST_DIGITS[digits[0]] | SECOND_DIGITS[digits[1]]);
+    seen |= byte;
+    *target++ = static_cast<unsigned char>(byte);
+  }
+  return (seen & NOT_A_DIGIT) == 0;
 }
 
 }  // namespace
@@ -76,12 +95,11 @@ EbrContents::EbrContents(std::uint64_t ebrs, std::uint64_t bitsEach)
              "numEbrs >= 1 && bitsPerEbr >= 1");
 }
 
-void EbrContents::reserve(std::uint64_t wordBytes) { bytes.reserve(wordBytes + SLACK); }
+void EbrContents::reserve(std::uint64_t wordBytes) { bytes.reserve(wordBytes); }
 
 // Appends `numBytes` bytes, whose contents are the caller's to set.
 unsigned char* EbrContents::grow(std::size_t numBytes) {
   const std::size_t end = bytes.size();
-  bytes.resize(end + numBytes + SLACK);
   bytes.resize(end + numBytes);
   return bytes.data() + end;
 }
@@ -89,7 +107,7 @@ unsigned char* EbrContents::grow(std::size_t numBytes) {
 bool EbrContents::appendWord(std::string_view word) {
   unsigned char* target = grow((word.size() + 1) / 2);
   const std::string_view start = word.substr(0, word.size() % BLOCK);
-  return convertEach(start, target) &&
+  return convertPairs(start, target) &&
          convertBlocks(word.substr(start.size()), target + (start.size() + 1) / 2);
 }
 

@@ -3,6 +3,7 @@
 #define RAMGRAFTCONTENTS_H
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -40,16 +41,15 @@ class EbrContents {
   /// Place of EBR number `ebr` in each round of dealing, from 0.
   std::uint64_t getTurn(std::uint64_t ebr) const { return numEbrs - 1 - ebr; }
   /// The row of bits, the first bit least significant in the first byte, so that 8 bits of a column
-  /// are a payload byte as they stand. Eight more bytes behind them may be read, but mean nothing.
-  /// Null when there are none.
-  const unsigned char* getBytes() const { return bytes.data(); }
+  /// are a payload byte as they stand.
+  std::span<const unsigned char> getBytes() const { return {bytes.data(), bytes.size()}; }
 
  private:
   unsigned char* grow(std::size_t numBytes);
 
   std::uint64_t numEbrs;
   std::uint64_t bitsPerEbr;
-  ByteBuffer bytes;  ///< the row of bits; room for SLACK bytes more stands behind it
+  ByteBuffer bytes;
 };
 
 #endif
