@@ -39,7 +39,7 @@ namespace {
 // six times as long, because each must be found, cleared and handed over by itself.
 void* allocate(std::size_t bytes) {
   constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20;
-  if (bytes < HUGE_PAGE / 2 || bytes > SIZE_MAX - HUGE_PAGE) return std::malloc(bytes);
+  if (bytes < HUGE_PAGE / 4 || bytes > SIZE_MAX - HUGE_PAGE) return std::malloc(bytes);
   const std::size_t rounded = (bytes + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE;
   void* const memory = std::aligned_alloc(HUGE_PAGE, rounded);
   if (memory != nullptr) ::madvise(memory, rounded, MADV_HUGEPAGE);
