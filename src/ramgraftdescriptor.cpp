@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <utility>
@@ -27,10 +26,8 @@ int FileDescriptor::close() {
 
 int FileDescriptor::write(const unsigned char* bytes, std::size_t size,
                           std::size_t& written) const {
-  // Blocks small enough that INT or TERM doesn't wait for a whole large file.
-  constexpr std::size_t BLOCK = std::size_t{16} << 20;
   for (written = 0; written < size;) {
-    const ssize_t count = ::write(number, bytes + written, std::min(size - written, BLOCK));
+    const ssize_t count = ::write(number, bytes + written, size - written);
     if (count == 0) return EIO;  // would go on for ever
     if (count > 0) {
       written += static_cast<std::size_t>(count);

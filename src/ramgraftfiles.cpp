@@ -296,7 +296,9 @@ bool writeOutput(const std::string& fileName, const Bitstream& bitstream,
                  const FileIdentity& original) {
   assertThat(bitstream.isByteAligned(), "bool writeOutput(const string&, Bitstream&)",
              "bitstream.isByteAligned()");
-  const int error = replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), original);
+  const SignalHold signals;  // until the line is printed that tells what became of the file
+  const int error =
+      replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), original, signals);
   if (error == 0) {
     printLine("STATUS: Successfully wrote ", fileName);
     return true;

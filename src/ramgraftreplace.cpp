@@ -1,18 +1,18 @@
 // The way of a regular file: write to a file without a name in the target's folder, give it a
 // temporary name, rename it over the target. Where the file system knows no unnamed files the
-// temporary has its name from the start. The name is known to a signal handler for as long as the
-// file may carry it.
+// temporary has its name from the start. Signals wait for as long as there may be such a name.
 #include "ramgraftreplace.h"
 
 #include <fcntl.h>
 #include <sys/random.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <charconv>
 #include <climits>
-#include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <string_view>
 
@@ -57,21 +57,10 @@ int followLinks(std::string& path) {
   return ELOOP;
 }
 
-// ---- The temporary and the signals that would leave it behind ----
+// ---- The temporary ----
 
-constexpr std::array ENDING_SIGNALS = {SIGINT, SIGTERM, SIGHUP};
-
-// What the signal handler removes. Set before the handler is installed.
-int temporaryFolder = -1;
-const char* temporaryName = nullptr;
-
-void removeTemporaryAndEnd(int signal) {
-  ::unlinkat(temporaryFolder, temporaryName, 0);
-  ::raise(signal);  // taken once the handler, which stands for one signal only, has returned
-}
-
-// A name beside the target that no other file has. While it lives, the ending signals remove the
-// file of that name, and its end does, unless the file has been renamed.
+// A name beside the target that no other file has. Its end removes the file that was made under it,
+// unless that has been renamed; the file of another that has the name nevertheless stays.
 class TemporaryName {
  public:
   explicit TemporaryName(int folderDescriptor) : folder(folderDescriptor) {
@@ -81,41 +70,41 @@ class TemporaryName {
     }
     std::snprintf(name.data(), name.size(), ".ramgraft-%016llx.tmp",
                   static_cast<unsigned long long>(random));
-    temporaryFolder = folder;
-    temporaryName = name.data();
-    struct sigaction handler {};
-    handler.sa_handler = removeTemporaryAndEnd;
-    handler.sa_flags = static_cast<int>(SA_RESETHAND);
-    for (std::size_t i = 0; i < ENDING_SIGNALS.size(); ++i) {
-      ::sigaction(ENDING_SIGNALS[i], nullptr, &before[i]);
-      if (before[i].sa_handler != SIG_IGN) ::sigaction(ENDING_SIGNALS[i], &handler, nullptr);
-    }
   }
   TemporaryName(const TemporaryName&) = delete;
   TemporaryName& operator=(const TemporaryName&) = delete;
   TemporaryName(TemporaryName&&) = delete;
   TemporaryName& operator=(TemporaryName&&) = delete;
   ~TemporaryName() {
-    if (!isRenamed) ::unlinkat(folder, name.data(), 0);
-    for (std::size_t i = 0; i < ENDING_SIGNALS.size(); ++i) {
-      ::sigaction(ENDING_SIGNALS[i], &before[i], nullptr);
-    }
+    if (isMade) ::unlinkat(folder, name.data(), 0);
   }
 
-  const char* get() const { return name.data(); }
+  // Gives an open file without a name this one. Whether that was done.
+  bool give(const FileDescriptor& file) {
+    const std::string self = "/proc/self/fd/" + std::to_string(file.get());
+    isMade = ::linkat(AT_FDCWD, self.c_str(), folder, name.data(), AT_SYMLINK_FOLLOW) == 0;
+    return isMade;
+  }
+
+  // Makes and opens a file of this name.
+  FileDescriptor create(mode_t mode) {
+    FileDescriptor file(
+        ::openat(folder, name.data(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+    isMade = file.isOpen();
+    return file;
+  }
 
   // Renames the file to `target` in the same folder. 0 or the error number.
   int renameTo(const std::string& target) {
     if (::renameat(folder, name.data(), folder, target.c_str()) != 0) return errno;
-    isRenamed = true;
+    isMade = false;
     return 0;
   }
 
  private:
   int folder;
   std::array<char, 40> name{};
-  std::array<struct sigaction, ENDING_SIGNALS.size()> before{};
-  bool isRenamed = false;
+  bool isMade = false;
 };
 
 // ---- Writing ----
@@ -162,11 +151,6 @@ FileDescriptor openUnnamed(int folder, mode_t mode) {
   return FileDescriptor(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
 }
 
-bool linkUnnamed(const FileDescriptor& file, int folder, const char* name) {
-  const std::string self = "/proc/self/fd/" + std::to_string(file.get());
-  return ::linkat(AT_FDCWD, self.c_str(), folder, name, AT_SYMLINK_FOLLOW) == 0;
-}
-
 // Whether the error means that the folder takes no new file, or that the target can't be renamed
 // over: another's file in a folder like /tmp, or a file that is a mount point of its own.
 bool mustStayInPlace(int error) {
@@ -174,7 +158,8 @@ bool mustStayInPlace(int error) {
 }
 
 // Writes beside the target and renames. `isInPlaceOnly` tells that this folder can't have that.
-int replaceByRename(const Replacement& replacement, bool& isInPlaceOnly) {
+int replaceByRename(const Replacement& replacement, const SignalHold& signals,
+                    bool& isInPlaceOnly) {
   const std::string folderName = folderOf(replacement.path);
   const FileDescriptor folder(
       ::open(folderName.empty() ? "." : folderName.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -186,10 +171,10 @@ int replaceByRename(const Replacement& replacement, bool& isInPlaceOnly) {
   if (file.isOpen()) {
     if (const int error = fill(file, replacement); error != 0) return error;
   }
+  signals.begin();  // they would leave the temporary behind
   TemporaryName name(folder.get());
-  if (!file.isOpen() || !linkUnnamed(file, folder.get(), name.get())) {
-    file = FileDescriptor(
-        ::openat(folder.get(), name.get(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+  if (!file.isOpen() || !name.give(file)) {
+    file = name.create(mode);
     if (!file.isOpen()) {
       isInPlaceOnly = mustStayInPlace(errno);
       return errno;
@@ -202,30 +187,11 @@ int replaceByRename(const Replacement& replacement, bool& isInPlaceOnly) {
   return error;
 }
 
-// Keeps the ending signals waiting for as long as it lives.
-class EndingSignalsHeld {
- public:
-  EndingSignalsHeld() {
-    sigset_t held;
-    ::sigemptyset(&held);
-    for (const int signal : ENDING_SIGNALS) ::sigaddset(&held, signal);
-    ::sigprocmask(SIG_BLOCK, &held, &before);
-  }
-  EndingSignalsHeld(const EndingSignalsHeld&) = delete;
-  EndingSignalsHeld& operator=(const EndingSignalsHeld&) = delete;
-  EndingSignalsHeld(EndingSignalsHeld&&) = delete;
-  EndingSignalsHeld& operator=(EndingSignalsHeld&&) = delete;
-  ~EndingSignalsHeld() { ::sigprocmask(SIG_SETMASK, &before, nullptr); }
-
- private:
-  sigset_t before{};
-};
-
 // Overwrites an open old file. Its old bytes are kept meanwhile, so that those already overwritten
 // can be put back when the rest can't be written; a file that doesn't let itself be read is
 // refused.
-int writeInPlace(const Replacement& replacement, FileDescriptor& file) {
-  const EndingSignalsHeld held;  // between two blocks the file is neither old nor new
+int writeInPlace(const Replacement& replacement, FileDescriptor& file, const SignalHold& signals) {
+  signals.begin();  // between two blocks the file is neither old nor new
   ByteBuffer oldBytes;
   const ReadResult old = readWholeFile(replacement.path, oldBytes);
   if (old.outcome != ReadResult::Outcome::DONE) return old.error;
@@ -254,8 +220,18 @@ int writeDirectly(const unsigned char* bytes, std::size_t size, FileDescriptor f
 
 }  // namespace
 
+SignalHold::SignalHold() { ::sigprocmask(SIG_BLOCK, nullptr, &before); }
+
+SignalHold::~SignalHold() { ::sigprocmask(SIG_SETMASK, &before, nullptr); }
+
+void SignalHold::begin() const {
+  sigset_t all;
+  ::sigfillset(&all);
+  ::sigprocmask(SIG_BLOCK, &all, nullptr);
+}
+
 int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                const FileIdentity& original) {
+                const FileIdentity& original, const SignalHold& signals) {
   Replacement replacement{fileName, bytes, size, false, {}, false};
   if (const int error = followLinks(replacement.path); error != 0) return error;
   // A descriptor shares its place in the file with the messages that went there before; opening
@@ -268,12 +244,18 @@ int replaceFile(const std::string& fileName, const unsigned char* bytes, std::si
   FileDescriptor old(::open(replacement.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
   if (!old.isOpen() && errno != ENOENT) return errno;
   bool isInPlaceOnly = false;
-  if (!old.isOpen()) return replaceByRename(replacement, isInPlaceOnly);
+  if (!old.isOpen()) return replaceByRename(replacement, signals, isInPlaceOnly);
 
   if (::fstat(old.get(), &replacement.oldStatus) != 0) return errno;
   if (!S_ISREG(replacement.oldStatus.st_mode)) return writeDirectly(bytes, size, std::move(old));
   replacement.isOldKnown = true;
   replacement.isFlushed = identityOf(replacement.oldStatus) == original;
-  const int error = replaceByRename(replacement, isInPlaceOnly);
-  return isInPlaceOnly ? writeInPlace(replacement, old) : error;
+  const int error = replaceByRename(replacement, signals, isInPlaceOnly);
+  return isInPlaceOnly ? writeInPlace(replacement, old, signals) : error;
+}
+
+int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
+                const FileIdentity& original) {
+  const SignalHold signals;
+  return replaceFile(fileName, bytes, size, original, signals);
 }

@@ -120,6 +120,8 @@ class Faults(unittest.TestCase):
                 said |= {f"{LOADING}ERROR: {c}an't open file {name}\n": 1 for c in "cC"}
         if status >= 0:
             self.assertEqual(said.get(stage.said + stage.reasons), status, ("messages", *told))
+        elif status != -SIGKILL:  # a signal can't end the run before it has said what it did
+            self.assertEqual(stage.output() == stage.new, "Success" in stage.said, told)
         if stage.left:
             self.assertTrue(may_leave, ("temporary", *told))
             self.assertRegex(stage.left, r"\A\.ramgraft-[0-9a-f]{16}\.tmp\Z", told)
