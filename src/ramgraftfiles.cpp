@@ -1,6 +1,7 @@
 #include "ramgraftfiles.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -302,6 +303,10 @@ bool writeOutput(const std::string& fileName, const Bitstream& bitstream,
   if (error == 0) {
     printLine("STATUS: Successfully wrote ", fileName);
     return true;
+  }
+  if (error == EFAULT) {
+    printLine(cutShortLine());
+    return false;
   }
   printLine("ERROR: Can't write file ", fileName);
   printDiagnosticPieces({fileName, ": ", std::strerror(error)});

@@ -61,6 +61,10 @@ void endOnCutShortFile(int /*signal*/) {
 
 }  // namespace
 
+std::string_view cutShortLine() {
+  return std::string_view(cutShortMessage).substr(0, cutShortMessage.size() - 1);
+}
+
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
   ReadResult result;
   const FileDescriptor file = openToRead(fileName, result);

@@ -26,7 +26,8 @@ class SignalHold {
 };
 
 /// Makes `size` bytes the whole contents of the named file and returns 0, or the system's error
-/// number when that failed.
+/// number when that failed: EFAULT when the bytes, being those of a mapped file that was cut short,
+/// are gone.
 ///
 /// A regular file, new or old, is written under a temporary name beside it and renamed over it: at
 /// any moment the name leads to the complete old file or the complete new one, and a failure or any
