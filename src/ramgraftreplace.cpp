@@ -1,6 +1,7 @@
 // The way of a regular file: write to a file without a name in the target's folder, give it a
-// temporary name, rename it over the target. Where the file system knows no unnamed files the
-// temporary has its name from the start. Signals wait for as long as there may be such a name.
+// temporary name, rename it over the target. Where the file system knows no unnamed files, or there
+// is no /proc to name them through, the temporary has its name from the start. Signals wait for as
+// long as there may be such a name.
 #include "ramgraftreplace.h"
 
 #include <fcntl.h>
@@ -130,7 +131,7 @@ int takeOverOwnerAndMode(const FileDescriptor& file, const struct stat& old) {
     static_cast<void>(!::fchown(file.get(), static_cast<uid_t>(-1), old.st_gid));
     mode &= 0777;
   }
-  if ((status.st_mode & 07777) == mode && isSameOwner) return 0;
+  if ((status.st_mode & 07777) == mode) return 0;
   return ::fchmod(file.get(), mode) == 0 ? 0 : errno;
 }
 
@@ -142,13 +143,6 @@ int fill(const FileDescriptor& file, const Replacement& replacement) {
     error = takeOverOwnerAndMode(file, replacement.oldStatus);
   if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
   return error;
-}
-
-// Opens a file without a name in the folder, or one that is not open when the file system, or a
-// system without /proc, can't have one.
-FileDescriptor openUnnamed(int folder, mode_t mode) {
-  if (::access("/proc/self/fd", X_OK) != 0) return FileDescriptor();
-  return FileDescriptor(::openat(folder, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
 }
 
 // Whether the error means that the folder takes no new file, or that the target can't be renamed
@@ -167,7 +161,7 @@ int replaceByRename(const Replacement& replacement, const SignalHold& signals,
 
   // Until it has the mode of the old file, which may be a private one, it is for nobody else.
   const mode_t mode = replacement.isOldKnown ? 0600 : 0666;
-  FileDescriptor file = openUnnamed(folder.get(), mode);
+  FileDescriptor file(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
   if (file.isOpen()) {
     if (const int error = fill(file, replacement); error != 0) return error;
   }
