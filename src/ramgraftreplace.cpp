@@ -247,9 +247,3 @@ int replaceFile(const std::string& fileName, const unsigned char* bytes, std::si
   const int error = replaceByRename(replacement, signals, isInPlaceOnly);
   return isInPlaceOnly ? writeInPlace(replacement, old, signals) : error;
 }
-
-int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                const FileIdentity& original) {
-  const SignalHold signals;
-  return replaceFile(fileName, bytes, size, original, signals);
-}

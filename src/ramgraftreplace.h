@@ -48,10 +48,6 @@ class SignalHold {
 /// `signals` begins before there is a temporary name and before anything is written in place. It
 /// lives on, so that the caller can tell what became of the file before a signal ends the run.
 int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                const FileIdentity& original, const SignalHold& signals);
-
-/// The same; a signal that waited takes effect before this returns.
-int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                const FileIdentity& original);
+                const FileIdentity& original, const SignalHold& signals = SignalHold());
 
 #endif

@@ -12,7 +12,8 @@ import sys
 import tempfile
 import unittest
 from concurrent.futures import ThreadPoolExecutor
-from errno import EACCES, EFBIG, EINTR, EIO, EISDIR, ELOOP, ENAMETOOLONG, ENOENT, ENOSPC, ENOTDIR
+from errno import (EACCES, EBADF, EFBIG, EINTR, EIO, EISDIR, ELOOP, ENAMETOOLONG, ENOENT, ENOSPC,
+                   ENOTDIR)
 from pathlib import Path
 from resource import RLIMIT_FSIZE, setrlimit
 from signal import SIG_DFL, SIG_IGN, SIGHUP, SIGINT, SIGKILL, SIGTERM, signal
@@ -56,7 +57,7 @@ class Stage:
         if kind == "hard link":
             os.link(self.folder / "in.bit", self.path)
         elif "link" in kind:
-            self.path.symlink_to("out.bit" if kind == "looping symlink" else "sub/link")
+            self.path.symlink_to("out.bit" if "loop" in kind else self.folder / "sub/link")
         self.target = Path(os.path.realpath(self.path))
         if kind in ("file", "symlink"):
             self.target.write_bytes(b"what was there before\n" * 3)
@@ -164,14 +165,15 @@ class Faults(unittest.TestCase):
                  for lacking in FAULTS]
         rows += [(Stage(names={3: name}), reason, {}) for name, reason in
                  {"": ENOENT, "no/x": ENOENT, "no/": ENOENT, "sub/": EISDIR, "out.bit/": ENOTDIR,
-                  "n" * 256: ENAMETOOLONG}.items()]
-        rows += [(Stage(name), 0, {}) for name in TEXT_FILES]
+                  "n" * 256: ENAMETOOLONG, "/proc/self/fd/1x": ENOENT, "/proc/self/fd/99": EBADF,
+                  "/proc/thread-self/fd/99": ENOENT}.items()]
+        rows += [(Stage(name, mode=0o600), 0, {}) for name in TEXT_FILES]
         if OTHER_USER:  # else this script can't read the output either
             rows += [(Stage("file", LARGE, 0, 0o200, 0o555), EACCES, {**LIMIT, **OTHER_USER}),
                      (Stage(mode=0o666, folder=0o1777), 0, {**OTHER_USER, "user": 65533})]
-        for place, data in enumerate(Stage().inputs.values()):
-            rows += [(Stage(names={place: name}), reason, {"input": data}) for name, reason in
-                     {"sub": EISDIR, "/dev/stdin": 0, "/dev/fd/0": 0}.items()]
+        for place, data in enumerate(Stage("file", MAPPED).inputs.values()):
+            rows += [(Stage("file", MAPPED, names={place: name}), reason, {"input": data})
+                     for name, reason in {"sub": EISDIR, "/dev/stdin": 0, "/dev/fd/0": 0}.items()]
         for stage, reason, options in rows:
             self.check(stage, int(reason > 0), reason, **options)
 
@@ -201,13 +203,14 @@ class Faults(unittest.TestCase):
         os.mkfifo(stage.folder / "fifo")
         reader = os.open(stage.folder / "fifo", os.O_RDONLY | os.O_NONBLOCK)
         self.assertEqual((stage.run(), os.read(reader, 999)), (0, stage.new[0]))
-        for name in "/dev/fd/1", "/dev/stdout":
+        for name, user in {"/dev/fd/1": OTHER_USER, "/dev/stdout": OTHER_USER,
+                           "/proc/self/fd/1": {}}.items():
             stage = Stage(names={3: name}, mode=0o640)
             told = f"{PROGRESS}%sSTATUS: Successfully wrote {name}\n".encode() % stage.new[0]
-            self.assertEqual((stage.run(**OTHER_USER), stage.said.encode("latin-1")), (0, told))
+            self.assertEqual((stage.run(**user), stage.said.encode("latin-1")), (0, told))
             for mode, before in ("ab", stage.old[0]), ("wb", b""):
                 with open(stage.target, mode) as target:
-                    self.assertEqual((stage.run(stdout=target, **OTHER_USER), stage.output()[0]),
+                    self.assertEqual((stage.run(stdout=target, **user), stage.output()[0]),
                                      (0, before + told))
         self.assertEqual(stage.run(preexec_fn=lambda: os.close(1), **OTHER_USER), 1)
 
