@@ -52,12 +52,13 @@ class Stage:
         for name, data in self.inputs.items():
             (self.folder / name).write_bytes(data)
         (self.folder / "sub").mkdir()
-        (self.folder / "sub/link").symlink_to("to.bit")
+        to = self.folder / "sub" if "dangling" in kind else Path()
+        (self.folder / "sub/link").symlink_to(to / "to.bit")
         self.path = self.folder / (kind if kind in self.inputs else "out.bit")
         if kind == "hard link":
             os.link(self.folder / "in.bit", self.path)
         elif "link" in kind:
-            self.path.symlink_to("out.bit" if "loop" in kind else self.folder / "sub/link")
+            self.path.symlink_to("out.bit" if "loop" in kind else "sub/link")
         self.target = Path(os.path.realpath(self.path))
         if kind in ("file", "symlink"):
             self.target.write_bytes(b"what was there before\n" * 3)
