@@ -10,7 +10,6 @@
 #include "ramgraftebr.h"
 #include "ramgraftfiles.h"
 #include "ramgraftmessages.h"
-#include "ramgraftread.h"
 #include "ramgraftsections.h"
 #include "ramgrafttraverse.h"
 
@@ -67,11 +66,7 @@ bool graft(const std::string& bitFile, const std::string& widFile, const std::st
     printLine("ERROR: number of bits in new bitstream does not match old bitstream!");
     return false;
   }
-  if (hasChanged(bitFile, inputs.bitFile)) {
-    printLine("ERROR: can't read file ", bitFile, ": it was changed while in use");
-    return false;
-  }
-  return writeOutput(outputFile, bitstream, identityOf(inputs.bitFile));
+  return writeOutput(outputFile, bitstream, {bitFile, inputs.bitFile});
 }
 
 }  // namespace

@@ -12,7 +12,6 @@
 #include "ramgraftcolumns.h"
 #include "ramgraftformat.h"
 #include "ramgraftmessages.h"
-#include "ramgraftread.h"
 #include "ramgraftreplace.h"
 #include "ramgraftutil.h"
 
@@ -290,11 +289,11 @@ bool readBitFile(const std::string& fileName, Bitstream& bitstream) {
 }
 
 bool writeOutput(const std::string& fileName, Bitstream& bitstream) {
-  return writeOutput(fileName, bitstream, FileIdentity{});
+  return writeOutput(fileName, bitstream, InputFile{});
 }
 
 bool writeOutput(const std::string& fileName, const Bitstream& bitstream,
-                 const FileIdentity& original) {
+                 const InputFile& original) {
   assertThat(bitstream.isByteAligned(), "bool writeOutput(const string&, Bitstream&)",
              "bitstream.isByteAligned()");
   const SignalHold signals;  // until the line is printed that tells what became of the file
@@ -304,8 +303,9 @@ bool writeOutput(const std::string& fileName, const Bitstream& bitstream,
     printLine("STATUS: Successfully wrote ", fileName);
     return true;
   }
-  if (error == EFAULT) {
-    printLine(cutShortLine());
+  if (error == EFAULT || error == ORIGINAL_CHANGED) {
+    printLine("ERROR: can't read file ", original.name, ": it was ",
+              error == EFAULT ? "cut short" : "changed", " while in use");
     return false;
   }
   printLine("ERROR: Can't write file ", fileName);

@@ -8,7 +8,7 @@
 
 #include "ramgraftbstream.h"
 #include "ramgraftcontents.h"
-#include "ramgraftdescriptor.h"
+#include "ramgraftread.h"
 
 /// Everything that the driver needs of the input files besides the bitstream itself.
 struct RunInputs {
@@ -61,8 +61,9 @@ bool readBitFile(const std::string& fileName, Bitstream& bitstream);
 /// standard error, when that failed; the file is then as it was.
 bool writeOutput(const std::string& fileName, Bitstream& bitstream);
 
-/// writeOutput() for contents that were made from the file `original`.
+/// writeOutput() for contents that were made from the file `original`. When another program has
+/// written to that file meanwhile, an ERROR line says so and nothing is written.
 bool writeOutput(const std::string& fileName, const Bitstream& bitstream,
-                 const FileIdentity& original);
+                 const InputFile& original);
 
 #endif

@@ -61,10 +61,6 @@ void endOnCutShortFile(int /*signal*/) {
 
 }  // namespace
 
-std::string_view cutShortLine() {
-  return std::string_view(cutShortMessage).substr(0, cutShortMessage.size() - 1);
-}
-
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
   ReadResult result;
   const FileDescriptor file = openToRead(fileName, result);
@@ -87,9 +83,10 @@ ReadResult mapWholeFile(const std::string& fileName, ByteBuffer& bytes) {
   return result;
 }
 
-bool hasChanged(const std::string& fileName, const struct stat& before) {
+bool hasChanged(const InputFile& file) {
+  const struct stat& before = file.status;
   struct stat now {};
-  if (!S_ISREG(before.st_mode) || ::stat(fileName.c_str(), &now) != 0) return false;
+  if (!S_ISREG(before.st_mode) || ::stat(file.name.c_str(), &now) != 0) return false;
   return identityOf(now) == identityOf(before) &&
          (now.st_size != before.st_size || now.st_mtim.tv_sec != before.st_mtim.tv_sec ||
           now.st_mtim.tv_nsec != before.st_mtim.tv_nsec);

@@ -24,16 +24,19 @@ ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
 
 /// readWholeFile() that maps a large regular file into memory instead of copying it: a third of the
 /// time of a run on a large bitstream (bench/). The file must stay as it is while `bytes` is in
-/// use; when it is cut short nevertheless, the process ends with cutShortLine() and exit status 1.
+/// use; when it is cut short nevertheless, the process ends with an ERROR line and exit status 1. A
+/// system call that meets the missing bytes fails with EFAULT instead.
 ReadResult mapWholeFile(const std::string& fileName, ByteBuffer& bytes);
 
-/// The ERROR line that tells of the file mapped last having been cut short, without its end. A
-/// system call that meets such bytes doesn't end the process, it fails with EFAULT.
-std::string_view cutShortLine();
+/// A file that was read: its name, and its status when it was opened.
+struct InputFile {
+  std::string name;
+  struct stat status {};
+};
 
-/// Whether the named regular file, whose status was `before` when it was opened to be read, has
-/// been written to since. A file of the same name that has taken its place doesn't count.
-bool hasChanged(const std::string& fileName, const struct stat& before);
+/// Whether a regular file has been written to since it was opened to be read. A file of the same
+/// name that has taken its place doesn't count.
+bool hasChanged(const InputFile& file);
 
 /// One line of a text file.
 struct TextLine {

@@ -18,7 +18,6 @@
 #include <string_view>
 
 #include "ramgraftbuffer.h"
-#include "ramgraftread.h"
 
 namespace {
 
@@ -118,6 +117,7 @@ struct Replacement {
   bool isOldKnown;        ///< a file of that name is there ...
   struct stat oldStatus;  ///< ... and this is its status
   bool isFlushed;         ///< to be on the disk before it replaces the old file
+  const InputFile& original;
 };
 
 // Gives a new file the old one's owner, group and mode. Owner and group only where that is allowed;
@@ -142,6 +142,8 @@ int fill(const FileDescriptor& file, const Replacement& replacement) {
   if (error == 0 && replacement.isOldKnown)
     error = takeOverOwnerAndMode(file, replacement.oldStatus);
   if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
+  // Asked once all bytes, which may be those of a mapped file, have been copied.
+  if (error == 0 && hasChanged(replacement.original)) error = ORIGINAL_CHANGED;
   return error;
 }
 
@@ -225,8 +227,9 @@ void SignalHold::begin() const {
 }
 
 int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                const FileIdentity& original, const SignalHold& signals) {
-  Replacement replacement{fileName, bytes, size, false, {}, false};
+                const InputFile& original, const SignalHold& signals) {
+  if (hasChanged(original)) return ORIGINAL_CHANGED;
+  Replacement replacement{fileName, bytes, size, false, {}, false, original};
   if (const int error = followLinks(replacement.path); error != 0) return error;
   // A descriptor shares its place in the file with the messages that went there before; opening
   // its name again would start from the beginning.
@@ -243,7 +246,7 @@ int replaceFile(const std::string& fileName, const unsigned char* bytes, std::si
   if (::fstat(old.get(), &replacement.oldStatus) != 0) return errno;
   if (!S_ISREG(replacement.oldStatus.st_mode)) return writeDirectly(bytes, size, std::move(old));
   replacement.isOldKnown = true;
-  replacement.isFlushed = identityOf(replacement.oldStatus) == original;
+  replacement.isFlushed = identityOf(replacement.oldStatus) == identityOf(original.status);
   const int error = replaceByRename(replacement, signals, isInPlaceOnly);
   return isInPlaceOnly ? writeInPlace(replacement, old, signals) : error;
 }

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <string>
 
-#include "ramgraftdescriptor.h"
+#include "ramgraftread.h"
 
 /// Lets signals wait from begin() to the end of its life; a run that one of them ends there is over
 /// with nothing half done.
@@ -24,6 +24,9 @@ class SignalHold {
  private:
   sigset_t before{};
 };
+
+/// What replaceFile() returns beside 0 and the system's error numbers.
+constexpr int ORIGINAL_CHANGED = -1;
 
 /// Makes `size` bytes the whole contents of the named file and returns 0, or the system's error
 /// number when that failed: EFAULT when the bytes, being those of a mapped file that was cut short,
@@ -43,11 +46,13 @@ class SignalHold {
 ///
 /// `original` is the file that the contents were made from. When the name leads to that file, the
 /// new contents are flushed to the disk before they replace it: only then is there something that
-/// can't be made again.
+/// can't be made again. When another program has written to it before the new contents stand in the
+/// temporary, or before anything is written directly or in place, the result is ORIGINAL_CHANGED
+/// and the named file as it was.
 ///
 /// `signals` begins before there is a temporary name and before anything is written in place. It
 /// lives on, so that the caller can tell what became of the file before a signal ends the run.
 int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                const FileIdentity& original, const SignalHold& signals = SignalHold());
+                const InputFile& original, const SignalHold& signals = SignalHold());
 
 #endif
