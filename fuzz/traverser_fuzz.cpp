@@ -1,100 +1,68 @@
-// The traverser against a plain model of it. Input: the stream's length in bits, the stream, then
+// The stream and its traverser against text. Input: the stream's length in bits, the stream, then
 // operations: a code, a length, and the digits of a pattern, one to a bit.
 #include <algorithm>
-#include <cstdlib>
 
 #include "fixture.h"
-#include "fuzz.h"
-#include "ramgrafttraverse.h"
-
-namespace {
-
-// A traverser as its rules put it: bit by bit, on text.
-struct Model {
-  std::string stream, list;
-  std::size_t cursor = 0;
-
-  bool find(const std::string& pattern) {
-    const std::size_t start = cursor;
-    while (cursor < stream.size()) {
-      list += stream[cursor];
-      const std::size_t seen = cursor + 1 - start;
-      if (seen >= pattern.size() &&
-          stream.compare(cursor + 1 - pattern.size(), pattern.size(), pattern) == 0) {
-        if (cursor + 1 == stream.size()) return false;
-        ++cursor;
-        return true;
-      }
-      ++cursor;
-    }
-    return false;
-  }
-  bool expect(const std::string& pattern) {
-    if (stream.size() - std::min(cursor, stream.size()) < pattern.size()) return false;
-    return stream.compare(cursor, pattern.size(), pattern) == 0 && skip(pattern.size());
-  }
-  bool expect(char digit, std::size_t count) {
-    count = std::min(count, stream.size() - cursor);
-    return stream.compare(cursor, count, std::string(count, digit)) == 0 && skip(count);
-  }
-  bool skip(std::size_t count) {
-    list += stream.substr(cursor, count);
-    cursor += count;
-    return true;
-  }
-};
-
-std::string takeDigits(const std::uint8_t*& data, const std::uint8_t* end, std::size_t count) {
-  std::string text;
-  for (; data < end && text.size() < count; ++data) text += digits(*data, 8);
-  return text.substr(0, count);
-}
-
-}  // namespace
+#include "ramgraftebr.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const std::uint8_t* const end = data + size;
   if (size < 2) return 0;
-  Model model;
-  const std::size_t length = data[0] * 2U + (data[1] & 1U);
-  model.stream = takeDigits(data += 2, end, length);
+  std::size_t at = 2, cursor = 0;
+  const auto takeDigits = [&](std::size_t count) {
+    std::string text;
+    for (; at < size && text.size() < count; ++at) text += digits(data[at], 8);
+    return text.substr(0, count);
+  };
+  std::string stream = takeDigits(data[0] * 2U + (data[1] & 1U)), list;
   Bitstream bitstream(0);
-  pushDigits(bitstream, model.stream);
+  pushDigits(bitstream, stream);
   BitstreamTraverser traverser(&bitstream);
   std::list<bool> newBits;
-  while (end - data >= 2) {
-    const unsigned code = data[0] % 5;
-    const std::size_t count = data[1] % 100;
-    data += 2;
-    // A pattern from the stream is one that a search can find.
-    const bool isFromStream = code == 0 && count >= 50 && count < model.stream.size();
-    const std::string pattern =
-        isFromStream ? model.stream.substr(count, 2 * count - 60) : takeDigits(data, end, count);
-    const char digit = pattern.empty() ? '0' : pattern[0];
+  while (size - at >= 2) {
+    const unsigned code = data[at] % 7;
+    const int number = data[at + 1] % 100;
+    const auto count = static_cast<std::size_t>(number);
+    at += 2;
+    std::string pattern = takeDigits(count);
+    const std::size_t bitsLeft = stream.size() - cursor;
+    std::size_t behind = cursor, stepBack = 0;
     bool expected = true, actual = true;
     if (code == 0) {
-      expected = model.find(pattern);
+      // A pattern from the stream is one that a search can find.
+      if (count >= 50 && count < stream.size()) pattern = stream.substr(count, 2 * count - 60);
+      const std::size_t found = stream.find(pattern, cursor);
+      behind = std::min(found, stream.size());
+      if (found < stream.size()) behind += std::max<std::size_t>(1, pattern.size());
+      expected = behind < stream.size();
+      stepBack = !expected && found < stream.size() ? 1 : 0;
       actual = traverser.findBits(pattern, newBits);
-    } else if (code == 1) {
-      expected = model.expect(pattern);
-      actual = traverser.expectBits(pattern, newBits);
-    } else if (code == 2) {
-      expected = model.expect(digit, count);
-      actual = traverser.expectBits(digit, static_cast<int>(count), newBits);
-    } else if (code == 3 && traverser.getBitsLeft() > count) {
-      std::string text;
-      expected = model.skip(count);
-      traverser.skipBits(static_cast<int>(count / 2), newBits);
-      traverser.skipBits(static_cast<int>(count - count / 2), newBits, text);
-      actual = text == model.list.substr(model.list.size() - text.size());
-    } else if (code == 4 && count < model.stream.size()) {
-      traverser.setBitIndex(model.cursor = count);
+    } else if (code <= 2) {
+      const char digit = pattern.empty() ? '0' : pattern[0];
+      if (code == 2) pattern.assign(std::min(count, bitsLeft), digit);
+      expected = stream.compare(cursor, pattern.size(), pattern) == 0;
+      if (expected) behind += pattern.size();
+      actual = code == 1 ? traverser.expectBits(pattern, newBits)
+                         : traverser.expectBits(digit, number, newBits);
+    } else if (code == 3 && count < bitsLeft) {
+      behind += count;
+      traverser.skipBits(number, newBits);
+    } else if (code == 4 && count < stream.size()) {
+      traverser.setBitIndex(behind = cursor = count);
+    } else if (code == 5 && pattern.size() <= bitsLeft) {
+      const std::string bytes = packDigits(pattern);
+      bitstream.overwriteBits(cursor, reinterpret_cast<const unsigned char*>(bytes.data()),
+                              pattern.size());
+      stream.replace(cursor, pattern.size(), pattern);
+    } else if (code == 6 && bitsLeft >= 16) {
+      writeEbrCrc(traverser, number - 9, newBits);
+      stream.replace(cursor, 16, spellCrc(stream, cursor, number - 9));
+      behind = cursor += 16;
     }
-    std::string list;
-    for (const bool bit : newBits) list += bit ? '1' : '0';
-    if (expected != actual || traverser.getBitIndex() != model.cursor || list != model.list) {
-      std::abort();
-    }
+    list += stream.substr(cursor, behind - cursor);
+    cursor = behind - stepBack;
+    require(actual == expected && traverser.getBitIndex() == cursor && digitsOf(newBits) == list);
+    const std::string window = (stream + digits(0, 64)).substr(cursor, 64);
+    require(digitsOf(bitstream) == stream && digits(bitstream.getWindow(cursor), 64) == window);
   }
   return 0;
 }
@@ -102,7 +70,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 std::string makeSeed(std::mt19937_64& random) {
   std::string seed;
   for (std::uint64_t n = 20 + random() % 200; n > 0; --n) {
-    seed += static_cast<char>(random() % 3 == 0 ? random() : random() % 4);
+    seed += static_cast<char>(random() % 3 == 0 ? random() : random() % 7);
   }
   return seed;
 }
