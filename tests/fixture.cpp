@@ -116,7 +116,8 @@ RunFiles randomRun(std::mt19937_64& random) {
 
   RunFiles files;
   std::string stream = digits(random(), below(9));
-  const unsigned numEbrs = isLong ? 1 : isListed ? 1 + below(20) : 1 + below(5);
+  const bool isWide = isListed && below(30) == 0;  // columns are gathered for 64 EBRs at once
+  const unsigned numEbrs = isLong ? 1 : isWide ? 60 + below(80) : 1 + below(isListed ? 20 : 5);
   for (unsigned ebr = 0; ebr < numEbrs; ++ebr) {
     const unsigned frames = isLong ? pick(Numbers{0, 1, 819, 820, 1100}) : below(5);
     const std::string wid = isListed ? digits(ebr, width) : pick(pool);
@@ -135,7 +136,8 @@ RunFiles randomRun(std::mt19937_64& random) {
   }
   files.bit = packDigits(stream);
 
-  const unsigned groupBits = isLong ? 8 : pick(Numbers{1, 2, 4, 8, 8, 8, 16, 60, 64, 3, 5});
+  const unsigned groupBits =
+      isLong || isWide ? 8 : pick(Numbers{1, 2, 4, 8, 8, 8, 16, 60, 64, 3, 5});
   files.wid += "aw" + std::to_string(below(6)) + ";dw" + std::to_string(numEbrs * groupBits);
   const unsigned usualBytes = isLong                         ? pick(Numbers{1, 3, 6553, 6557, 8001})
                               : numEbrs * groupBits % 8 == 0 ? numEbrs * groupBits / 8

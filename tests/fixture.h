@@ -58,7 +58,7 @@ RunResult runPlainly();
 /// How the two differ; empty when they don't.
 std::string compareRuns(const RunFiles& files);
 /// A run full of false, overlapping and unaligned sections, repeated and missing wids, and words
-/// that spell sections when they are written; or one of EBRs that are all there, up to 20 of them;
+/// that spell sections when they are written; or one of EBRs that are all there, up to 139 of them;
 /// or one of words and payload about as long as a physical line, or much shorter.
 RunFiles randomRun(std::mt19937_64& random);
 

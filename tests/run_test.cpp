@@ -66,6 +66,8 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
       {WID, "000000101\naw9 dw8", "ERROR: bad .wid file, no addr/data width"},
       {WID, "000000101\naw9;8", "ERROR: bad .wid file, no addr/data width"},
       {WID, "000000101\ndw8;aw9", "ERROR: bad .wid file, malformed addr/data width\nram.wid, line 2: dw8;aw9"},
+      {WID, "000000101\ndw8;aw", "ERROR: bad .wid file, malformed addr/data width\nram.wid, line 2: dw8;aw"},
+      {WID, "000000101\n;aw0dw8", "WARNING: words.mem: 2 memory words, but an address of 0 bits reaches only 1"},
       {WID, "0\n\n1\nawX;dwY", "ERROR: ram.wid, line 4: a data width of 0 bits can't be shared out among 2 EBRs"},
       {WID, "0\n1\naw9;dw4294967297",
        "ERROR: ram.wid, line 3: a data width of 1 bits can't be shared out among 2 EBRs"},
@@ -82,7 +84,7 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
        "EBRs share out (the first 16, the EBRs 8), which can spread words over the wrong EBRs"},
       {MEM, "123\n123456", "WARNING: words.mem, line 1: 2 of 2 memory words have another number of bits than the "
        "EBRs share out (the first 16, the EBRs 8), which can spread words over the wrong EBRs"},
-      {MEM, "12\n" + std::string(16002, 'A'), "ERROR: words.mem, line 2: from here on an EBR gets more than "
+      {MEM, "#\n" + std::string(16002, 'A') + "\n12", "ERROR: words.mem, line 2: from here on an EBR gets more than "
        "the 65536 bits of its physical line, in all 80017, which is no multiple of 8"},
       {MEM, std::string(13114, 'A'), "STATUS: Successfully wrote out.bit"},  // 65568 bits
       {BIT, SMALLEST.bit.substr(0, 5), "ERROR: ran off end of bit file looking for wid 000000101"},
@@ -105,6 +107,14 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
     const std::string text = runTool(files).text;
     EXPECT_NE(text.find("\n" + lines + "\n"), std::string::npos) << lines << "\n" << text;
     EXPECT_EQ(text.back(), lines[0] == 'E' ? '1' : '0') << text;
+  }
+}
+
+TEST(Run, TakesAColumnLongerThanItsLineBesideOneThatIsNot) {
+  std::string words;
+  for (int i = 0; i < 728; ++i) words += std::string(36, 'A') + "\n";
+  for (const char* last : {"", "BBBBBBBBBBBBBBBBBB", "BBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBB"}) {
+    EXPECT_EQ(compareRuns({SMALLEST.bit, "000000101\n000000110\naw9;dw144", words + last}), "");
   }
 }
 
