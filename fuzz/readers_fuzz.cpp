@@ -31,5 +31,5 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
 std::string makeSeed(std::mt19937_64& random) {
   const RunFiles files = randomRun(random);
-  return (random() & 1) != 0 ? files.mem + "\n# note\r\n\r\n" : files.wid + "\r";
+  return (random() & 1) != 0 ? files.mem + "\n# note\r\n\r\n1\r2" : files.wid + "\r";
 }

@@ -54,8 +54,8 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
                               pattern.size());
       stream.replace(cursor, pattern.size(), pattern);
     } else if (code == 6 && bitsLeft >= 16) {
-      writeEbrCrc(traverser, number - 9, newBits);
-      stream.replace(cursor, 16, spellCrc(stream, cursor, number - 9));
+      writeEbrCrc(traverser, number * 4 - 8, newBits);
+      stream.replace(cursor, 16, spellCrc(stream, cursor, number * 4 - 8));
       behind = cursor += 16;
     }
     list += stream.substr(cursor, behind - cursor);

@@ -139,15 +139,17 @@ RunFiles randomRun(std::mt19937_64& random) {
   const unsigned groupBits =
       isLong || isWide ? 8 : pick(Numbers{1, 2, 4, 8, 8, 8, 16, 60, 64, 3, 5});
   files.wid += "aw" + std::to_string(below(6)) + ";dw" + std::to_string(numEbrs * groupBits);
-  const unsigned usualBytes = isLong                         ? pick(Numbers{1, 3, 6553, 6557, 8001})
+  const unsigned usualBytes = isLong ? pick(Numbers{0, 1, 3, 6553, 6557, 8001})
                               : numEbrs * groupBits % 8 == 0 ? numEbrs * groupBits / 8
                                                              : groupBits;
   for (unsigned words = isLong ? 1 : below(30); words > 0; --words) {
     const std::size_t wordBytes = below(20) == 0 && !isListed ? below(7) : usualBytes;
     std::string word = pick(Texts{"", "", "", "B"});
-    // 6F is the byte F6 before its bits are reversed.
+    // 6F is the byte F6 before its bits are reversed. Words of equal bytes make columns of them.
+    const std::string first = files.mem.empty() ? "6F" : pick(Texts{"6F", "00", "00", "00", ""});
+    const std::string same = isListed ? "" : first;
     while (word.size() + 1 < wordBytes * 2) {
-      word += pick(Texts{"6F", "6F", "00", "00", "00", "a5", "FF", std::to_string(10 + below(90))});
+      word += same.empty() ? pick(Texts{"6F", "00", "a5", std::to_string(10 + below(90))}) : same;
     }
     files.mem += word + pick(Texts{"\n", "\n", "\r\n", "\n\r\n#\n/\n"});
   }

@@ -61,7 +61,7 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
       {WID, "\n\n", "ERROR: empty wid file!"},
       {WID, "aw9;dw18\n", "ERROR: wid lengths must all be the same!\nram.wid: no wid stands before the last line"},
       {WID, "0\n1\naw9;dw8\n\r\n", "ERROR: wid lengths must all be the same!"},
-      {WID, "01\n\n011\n0\naw9;dw8", "ERROR: wid lengths must all be the same!\n"
+      {WID, "01\n\n#11\n0\naw9;dw8", "ERROR: wid lengths must all be the same!\n"
        "ram.wid, line 3: this wid's length differs from that of the first, 2"},
       {WID, "000000101\naw9 dw8", "ERROR: bad .wid file, no addr/data width"},
       {WID, "000000101\naw9;8", "ERROR: bad .wid file, no addr/data width"},
@@ -86,7 +86,7 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
        "EBRs share out (the first 16, the EBRs 8), which can spread words over the wrong EBRs"},
       {MEM, "#\n" + std::string(16002, 'A') + "\n12", "ERROR: words.mem, line 2: from here on an EBR gets more than "
        "the 65536 bits of its physical line, in all 80017, which is no multiple of 8"},
-      {MEM, std::string(13114, 'A'), "STATUS: Successfully wrote out.bit"},  // 65568 bits
+      {MEM, std::string(13122, 'A'), "STATUS: Successfully wrote out.bit"},  // 65608 bits
       {BIT, SMALLEST.bit.substr(0, 5), "ERROR: ran off end of bit file looking for wid 000000101"},
       {BIT, SMALLEST.bit.substr(0, 9),
        "ERROR: bitstream ends inside the 11 bits behind the EBR identifier, at bit 61"},
