@@ -49,10 +49,10 @@ std::string outputOf(const std::function<void()>& action);
 
 /// Runs the tool in this process on files of a folder of its own, in memory where possible.
 RunResult runTool(const RunFiles& files);
-/// Moves the cursor behind the first identifier at or after it that equals the wid, bit by bit.
-/// `restart` receives the index of the first identifier passed unless it has one.
-Outcome findAfresh(BitstreamTraverser& traverser, const std::string& wid, std::list<bool>& newBits,
-                   std::size_t& restart);
+/// Moves the cursor behind the first identifier of `width` bits at or after it that equals the wid,
+/// bit by bit. `restart` receives the index of the first identifier passed unless it has one.
+Outcome findAfresh(BitstreamTraverser& traverser, const std::string& wid, std::size_t width,
+                   std::list<bool>& newBits, std::size_t& restart);
 /// Does a run on the files in the working folder as plainly as can be (plainrun.cpp).
 RunResult runPlainly();
 /// How the two differ; empty when they don't.

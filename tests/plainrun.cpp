@@ -39,7 +39,7 @@ std::string spellPayload(const std::string& column, std::size_t numWords) {
 }
 
 bool run(Bitstream& bitstream) {
-  Lines wids, newData, words, lines;
+  Lines wids, newData, words;
   int width = 0, addrWidth = 0, dataWidth = 0, startLine = 0;
   printLine("STATUS: loading input files");
   if (!loadInputFiles("ram.wid", "words.mem", "in.bit", wids, newData, width, bitstream, addrWidth,
@@ -48,8 +48,6 @@ bool run(Bitstream& bitstream) {
   }
   const int numEbrs = static_cast<int>(wids.size());
   readFileLines("words.mem", words, {'#', '/'});
-  transformLogInitToPhy(words, addrWidth, dataWidth, numEbrs, lines);
-  require(newData == lines);
   const Lines columns = dealOut(words, static_cast<unsigned>(dataWidth / numEbrs), wids.size());
   printLine("STATUS: input files loaded successfully\nSTATUS: processing bitstream");
   BitstreamTraverser traverser(&bitstream);
@@ -58,7 +56,8 @@ bool run(Bitstream& bitstream) {
     if (restart > 0) traverser.setBitIndex(restart - std::min<std::size_t>(restart, 100));
     const std::size_t start = traverser.getBitIndex();
     std::list<bool> list;
-    const Outcome outcome = findAfresh(traverser, wids[i], list, restart);
+    const Outcome outcome =
+        findAfresh(traverser, wids[i], static_cast<std::size_t>(width), list, restart);
     if (outcome == Outcome::NO_SECTION) {
       printLine("ERROR : didn't find EBR address section for wid ", wids[i]);
     } else if (outcome == Outcome::RAN_OFF_END) {
@@ -116,15 +115,15 @@ std::string spellCrc(const std::string& stream, std::size_t end, int numBits) {
   return digits(crc, 16);
 }
 
-Outcome findAfresh(BitstreamTraverser& traverser, const std::string& wid, std::list<bool>& newBits,
-                   std::size_t& restart) {
+Outcome findAfresh(BitstreamTraverser& traverser, const std::string& wid, std::size_t width,
+                   std::list<bool>& newBits, std::size_t& restart) {
   while (findEbrAddressSection(traverser, newBits)) {
     if (restart == 0) restart = traverser.getBitIndex();
-    if (traverser.getBitsLeft() <= std::max<std::size_t>(1, wid.size())) {
+    if (traverser.getBitsLeft() <= std::max<std::size_t>(1, width)) {
       return Outcome::RAN_OFF_END;
     }
     std::string identifier;
-    traverser.skipBits(static_cast<int>(wid.size()), newBits, identifier);
+    traverser.skipBits(static_cast<int>(width), newBits, identifier);
     if (identifier == wid) return Outcome::FOUND;
   }
   return Outcome::NO_SECTION;

@@ -25,7 +25,7 @@ TEST(EbrSectionMap, FindsWhatAFreshSearchFinds) {
       BitstreamTraverser traverser(&bitstream);
       std::list<bool> newBits;
       std::uint64_t index = 0, restart = 0;
-      const Outcome outcome = findAfresh(traverser, wid, newBits, restart);
+      const Outcome outcome = findAfresh(traverser, wid, width, newBits, restart);
       ASSERT_EQ(sections.find(wid, index), outcome) << seed << " " << digitsOf(bitstream);
       if (outcome == Outcome::FOUND) {
         ASSERT_EQ(index + width, traverser.getBitIndex()) << seed;
