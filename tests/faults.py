@@ -51,14 +51,14 @@ class Stage:
         self.inputs = {"in.bit": b"\xff" * filler + COMMANDS + OLD, **TEXT_FILES}
         for name, data in self.inputs.items():
             (self.folder / name).write_bytes(data)
-        (self.folder / "sub").mkdir()
+        (self.folder / "sub/fd").mkdir(parents=True)
         to = self.folder / "sub" if "dangling" in kind else Path()
-        (self.folder / "sub/link").symlink_to(to / "to.bit")
+        (self.folder / "sub/fd/link").symlink_to(to / "to.bit")  # no name of a descriptor
         self.path = self.folder / (kind if kind in self.inputs else "out.bit")
         if kind == "hard link":
             os.link(self.folder / "in.bit", self.path)
         elif "link" in kind:
-            self.path.symlink_to("out.bit" if "loop" in kind else "sub/link")
+            self.path.symlink_to("out.bit" if "loop" in kind else "sub/fd/link")
         self.target = Path(os.path.realpath(self.path))
         if kind in ("file", "symlink"):
             self.target.write_bytes(b"what was there before\n" * 3)
@@ -179,7 +179,7 @@ class Faults(unittest.TestCase):
             self.check(stage, int(reason > 0), reason, **options)
 
     def test_mounts(self):
-        full = "-t tmpfs -o size=64k none sub"
+        full = "-t tmpfs -o size=64k none sub/fd"
         for stage, options, status in [(Stage("dangling symlink", MAPPED), full, 1),
                                        (Stage("dangling symlink", MAPPED, NO_UNNAMED), full, 1),
                                        (Stage(), "--bind out.bit out.bit", 0)]:
