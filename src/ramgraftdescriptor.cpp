@@ -41,8 +41,9 @@ int FileDescriptor::write(const unsigned char* bytes, std::size_t size,
 void prepareStandardDescriptors() {
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     if (::fcntl(descriptor, F_GETFD) >= 0) continue;
-    // Takes the lowest free number, this one.
-    static_cast<void>(::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+    // Takes the lowest free number, this one. A folder, because it can't be read or written by the
+    // names of the descriptor, such as /dev/stdin, either: /dev/null would pass for an empty file.
+    static_cast<void>(::open("/", O_PATH | O_DIRECTORY));
   }
   std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);

@@ -64,13 +64,15 @@ std::string toHex16(unsigned value) {
 }
 
 // A base file that was damaged, or is cut up wrongly by the wid file, shows in the old CRC. A zero
-// field is what tools leave that don't fill it in.
+// field is what tools leave that don't fill it in. Where the CRC's whole bytes reach into its own
+// field, not even one that this tool wrote is right afterwards, so nothing can be said.
 void warnOfWrongCrc(const BitstreamTraverser& traverser, int dataCount, const std::string& wid) {
   const std::uint64_t crcIndex = traverser.getBitIndex() + payloadBits(dataCount);
   const Bitstream& bitstream = *traverser.getBitstream();
   const auto found = static_cast<std::uint16_t>(bitstream.getWindow(crcIndex) >> (64 - CRC_BITS));
   const std::uint16_t right = computeCrc(bitstream, crcIndex, checkedBits(dataCount));
-  if (found == 0 || found == right) return;
+  const bool coversItself = crcIndex % 8 == 7;  // what is checked is a multiple of 8 bits long
+  if (found == 0 || found == right || coversItself) return;
   printWarning("wid ", wid, ": the CRC of the old contents is ", toHex16(found), ", should be ",
                toHex16(right), ": the bitstream may be damaged, or the wid file may not fit it");
 }

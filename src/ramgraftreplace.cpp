@@ -206,10 +206,14 @@ int writeInPlace(const Replacement& replacement, FileDescriptor& file, const Sig
   return error != 0 ? error : closeError;
 }
 
-int writeDirectly(const unsigned char* bytes, std::size_t size, FileDescriptor file) {
-  if (!file.isOpen()) return errno;
+int writeDirectly(const Replacement& replacement, FileDescriptor file) {
+  struct stat status {};
+  if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return errno;
+  // The bytes may be a mapping of that very file, and stand elsewhere in it.
+  const bool isOriginal = identityOf(status) == identityOf(replacement.original.status);
+  if (isOriginal && S_ISREG(status.st_mode)) return EBUSY;
   std::size_t written = 0;
-  const int error = file.write(bytes, size, written);
+  const int error = file.write(replacement.bytes, replacement.size, written);
   const int closeError = file.close();
   return error != 0 ? error : closeError;
 }
@@ -235,7 +239,7 @@ int replaceFile(const std::string& fileName, const unsigned char* bytes, std::si
   // its name again would start from the beginning.
   const int descriptor = namedDescriptor(replacement.path);
   if (descriptor >= 0) {
-    return writeDirectly(bytes, size, FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 3)));
+    return writeDirectly(replacement, FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 3)));
   }
 
   FileDescriptor old(::open(replacement.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
@@ -244,7 +248,7 @@ int replaceFile(const std::string& fileName, const unsigned char* bytes, std::si
   if (!old.isOpen()) return replaceByRename(replacement, signals, isInPlaceOnly);
 
   if (::fstat(old.get(), &replacement.oldStatus) != 0) return errno;
-  if (!S_ISREG(replacement.oldStatus.st_mode)) return writeDirectly(bytes, size, std::move(old));
+  if (!S_ISREG(replacement.oldStatus.st_mode)) return writeDirectly(replacement, std::move(old));
   replacement.isOldKnown = true;
   replacement.isFlushed = identityOf(replacement.oldStatus) == identityOf(original.status);
   const int error = replaceByRename(replacement, signals, isInPlaceOnly);

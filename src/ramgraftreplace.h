@@ -42,7 +42,8 @@ constexpr int ORIGINAL_CHANGED = -1;
 /// that fails. Its other hard links change with it: if the file that the contents were made from
 /// has a second name, and that is the one to be written, both names lead to the new contents.
 ///
-/// Devices, pipes and the names of open descriptors (/dev/stdout, /dev/fd/N) are written directly.
+/// Devices, pipes and the names of open descriptors (/dev/stdout, /dev/fd/N) are written directly;
+/// a descriptor of the file that the contents were made from is refused with EBUSY.
 ///
 /// `original` is the file that the contents were made from. When the name leads to that file, the
 /// new contents are flushed to the disk before they replace it: only then is there something that

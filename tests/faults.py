@@ -169,6 +169,8 @@ class Faults(unittest.TestCase):
                   "n" * 256: ENAMETOOLONG, "/proc/self/fd/1x": ENOENT, "/proc/self/fd/99": EBADF,
                   "/proc/thread-self/fd/99": ENOENT}.items()]
         rows += [(Stage(name, mode=0o600), 0, {}) for name in TEXT_FILES]
+        rows += [(Stage(names={place: "/dev/stdin"}), EISDIR, {"preexec_fn": lambda: os.close(0)})
+                 for place in range(3)]
         if OTHER_USER:  # else this script can't read the output either
             rows += [(Stage("file", LARGE, 0, 0o200, 0o555), EACCES, {**LIMIT, **OTHER_USER}),
                      (Stage(mode=0o666, folder=0o1777), 0, {**OTHER_USER, "user": 65533})]
@@ -214,6 +216,10 @@ class Faults(unittest.TestCase):
                     self.assertEqual((stage.run(stdout=target, **user), stage.output()[0]),
                                      (0, before + told))
         self.assertEqual(stage.run(preexec_fn=lambda: os.close(1), **OTHER_USER), 1)
+        stage = Stage("in.bit", MAPPED, names={3: "/dev/fd/0"})
+        with open(stage.target, "r+b") as target:
+            target.seek(5)
+            self.assertEqual((stage.run(stdin=target), stage.output()), (1, stage.old))
 
     def test_standard_streams(self):
         for closed in {0}, {1}, {2}, {0, 1, 2}:
