@@ -9,6 +9,21 @@
 #include <new>
 #include <utility>
 
+namespace {
+
+// Memory for large contents comes in huge pages where the system has them: 2 MB in small ones take
+// six times as long, because each must be found, cleared and handed over by itself.
+void* allocate(std::size_t bytes) {
+  constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20;
+  if (bytes < HUGE_PAGE / 4 || bytes > SIZE_MAX - HUGE_PAGE) return std::malloc(bytes);
+  const std::size_t rounded = (bytes + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE;
+  void* const memory = std::aligned_alloc(HUGE_PAGE, rounded);
+  if (memory != nullptr) ::madvise(memory, rounded, MADV_HUGEPAGE);
+  return memory;
+}
+
+}  // namespace
+
 ByteBuffer::ByteBuffer(ByteBuffer&& other) noexcept
     : storage(std::exchange(other.storage, {nullptr, Release{0}})),
       length(std::exchange(other.length, 0)),
@@ -32,21 +47,6 @@ void ByteBuffer::Release::operator()(unsigned char* bytes) const {
     ::munmap(bytes, mappedBytes);
   }
 }
-
-namespace {
-
-// Memory for large contents comes in huge pages where the system has them: 2 MB in small ones take
-// six times as long, because each must be found, cleared and handed over by itself.
-void* allocate(std::size_t bytes) {
-  constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20;
-  if (bytes < HUGE_PAGE / 4 || bytes > SIZE_MAX - HUGE_PAGE) return std::malloc(bytes);
-  const std::size_t rounded = (bytes + HUGE_PAGE - 1) / HUGE_PAGE * HUGE_PAGE;
-  void* const memory = std::aligned_alloc(HUGE_PAGE, rounded);
-  if (memory != nullptr) ::madvise(memory, rounded, MADV_HUGEPAGE);
-  return memory;
-}
-
-}  // namespace
 
 void ByteBuffer::reserve(std::size_t bytes) {
   if (bytes <= reserved) return;
