@@ -1,7 +1,7 @@
 // A column's bits stand a whole round of dealing apart: one after the other they would each be read
 // from a cache line of their own. Where every EBR holds a byte of each word, the words are the rows
 // of a matrix of bytes whose columns are wanted, and tiles of TILE_EBRS columns and 8 rows are
-// transposed in registers (BM_columns). All other widths are gathered piece by piece.
+// transposed in registers (BM_columns). All else is gathered one EBR after the other.
 #include "ramgraftcolumns.h"
 
 #include <algorithm>

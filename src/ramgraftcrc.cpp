@@ -66,8 +66,8 @@ std::uint16_t crcByTables(const unsigned char* bytes, std::size_t size, std::uin
   return static_cast<std::uint16_t>(sum);
 }
 
-constexpr std::size_t FOLDED_BLOCKS = 16;  // the distance that folding reaches
-using Blocks = std::array<std::uint64_t, FOLDED_BLOCKS>;
+// The blocks of 64 bits that folding leaves.
+using Blocks = std::array<std::uint64_t, 16>;
 
 Blocks loadBlocks(const unsigned char* bytes) {
   Blocks blocks;
@@ -80,25 +80,24 @@ Blocks loadBlocks(const unsigned char* bytes) {
 unsigned char reverseByteBits(unsigned char value) { return BIT_REVERSE_TABLE[value]; }
 
 std::uint16_t crc16(const unsigned char* bytes, std::size_t size, std::uint16_t crc) {
+  if (size < 2 * sizeof(Blocks)) return crcByTables(bytes, size, crc);
   // What stands before the bytes acts as if XORed into the first two.
-  std::array<unsigned char, sizeof(std::uint64_t)> start = {static_cast<unsigned char>(crc >> 8),
-                                                            static_cast<unsigned char>(crc & 0xFF)};
-  Blocks folded{};  // the last blocks that disappeared, in a ring, as they were then
+  const std::array<unsigned char, 8> before = {static_cast<unsigned char>(crc >> 8),
+                                               static_cast<unsigned char>(crc & 0xFF)};
   std::uint64_t last = 0;
-  std::memcpy(&last, start.data(), sizeof last);
-  if (size < 2 * sizeof folded) return crcByTables(bytes, size, crc);
+  std::memcpy(&last, before.data(), sizeof last);
+  Blocks folded{};  // the last blocks that disappeared, as they were then; a ring
   for (; size >= 2 * sizeof folded; size -= sizeof folded, bytes += sizeof folded) {
     const Blocks blocks = loadBlocks(bytes);
-    for (std::size_t i = 0; i < FOLDED_BLOCKS; ++i) {
-      last ^= blocks[i] ^ folded[(i + 2) % FOLDED_BLOCKS] ^ folded[i];  // 1, 14, 16 before
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+      last ^= blocks[i] ^ folded[(i + 2) % folded.size()] ^ folded[i];  // 1, 14 and 16 before it
       folded[i] = last;
     }
   }
+  // In the blocks that stay, the same comes in as far as it is from those that disappeared.
   Blocks rest = loadBlocks(bytes);
-  for (std::size_t i = 0; i < FOLDED_BLOCKS; ++i) {
-    rest[i] ^= folded[i] ^ (i < 14 ? folded[i + 2] : 0);
-  }
   rest[0] ^= last;
+  for (std::size_t i = 0; i < rest.size(); ++i) rest[i] ^= folded[i] ^ (i < 14 ? folded[i + 2] : 0);
   std::array<unsigned char, sizeof rest> restBytes;
   std::memcpy(restBytes.data(), rest.data(), sizeof rest);
   const std::uint16_t restCrc = crcByTables(restBytes.data(), sizeof rest, 0);

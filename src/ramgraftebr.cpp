@@ -70,9 +70,10 @@ void warnOfWrongCrc(const BitstreamTraverser& traverser, int dataCount, const st
   const std::uint64_t crcIndex = traverser.getBitIndex() + payloadBits(dataCount);
   const Bitstream& bitstream = *traverser.getBitstream();
   const auto found = static_cast<std::uint16_t>(bitstream.getWindow(crcIndex) >> (64 - CRC_BITS));
-  const std::uint16_t right = computeCrc(bitstream, crcIndex, checkedBits(dataCount));
   const bool coversItself = crcIndex % 8 == 7;  // what is checked is a multiple of 8 bits long
-  if (found == 0 || found == right || coversItself) return;
+  if (found == 0 || coversItself) return;
+  const std::uint16_t right = computeCrc(bitstream, crcIndex, checkedBits(dataCount));
+  if (found == right) return;
   printWarning("wid ", wid, ": the CRC of the old contents is ", toHex16(found), ", should be ",
                toHex16(right), ": the bitstream may be damaged, or the wid file may not fit it");
 }
