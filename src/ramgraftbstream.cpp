@@ -43,6 +43,17 @@ std::uint64_t Bitstream::getWindow(unsigned long bitIndex) const {
   return bits.window(bitIndex);
 }
 
+void Bitstream::appendDigits(unsigned long begin, unsigned long end, std::string& text) const {
+  assertThat(begin <= end && end <= getNumBits(),
+             "void Bitstream::appendDigits(long unsigned int, long unsigned int, std::string&)",
+             "begin <= end && end <= getNumBits()");
+  std::uint64_t window = 0;
+  for (unsigned long index = begin; index < end; ++index, window <<= 1) {
+    if ((index - begin) % 64 == 0) window = bits.window(index);
+    text += window >> 63 != 0 ? '1' : '0';
+  }
+}
+
 void Bitstream::overwriteBits(unsigned long bitIndex, const unsigned char* bytes,
                               std::uint64_t numBits) {
   assertThat(bitIndex <= getNumBits() && numBits <= getNumBits() - bitIndex,

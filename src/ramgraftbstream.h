@@ -3,6 +3,7 @@
 #define RAMGRAFTBSTREAM_H
 
 #include <cstdint>
+#include <string>
 
 #include "ramgraftbits.h"
 
@@ -47,6 +48,8 @@ class Bitstream {
   /// The 64 bits from `bitIndex` on, first bit most significant, bits past the end being 0.
   /// `bitIndex` must be at most getNumBits().
   std::uint64_t getWindow(unsigned long bitIndex) const;
+  /// Appends the bits [`begin`, `end`), which must lie below getNumBits(), to `text` as digits.
+  void appendDigits(unsigned long begin, unsigned long end, std::string& text) const;
   /// Overwrites `numBits` bits from `bitIndex` on with those of `bytes`, first bit most
   /// significant. They must all lie below getNumBits().
   void overwriteBits(unsigned long bitIndex, const unsigned char* bytes, std::uint64_t numBits);

@@ -93,9 +93,7 @@ bool EbrSectionMap::follow() {
 void EbrSectionMap::noteCandidate(std::uint64_t section) {
   if (!hasIdentifier(section)) return;
   std::string identifier;
-  for (std::uint64_t index = identifierOf(section); index < endOf(section); ++index) {
-    identifier += bitToChar(bitstream.getBit(index));
-  }
+  bitstream.appendDigits(identifierOf(section), endOf(section), identifier);
   const auto candidate = firstCandidates.find(identifier);
   if (candidate == firstCandidates.end()) return;
   candidate->second = std::min(candidate->second, section);

@@ -49,8 +49,10 @@ bool BitstreamTraverser::findBits(const std::string& pattern, std::list<bool>& n
 
 bool BitstreamTraverser::expectBits(const std::string& pattern) {
   if (pattern.size() > getBitsLeft()) return false;
-  for (std::size_t i = 0; i < pattern.size(); ++i) {
-    if (!digitMatches(pattern[i], bs->getBit(bitIndex + i))) return false;
+  std::uint64_t window = 0;
+  for (std::size_t i = 0; i < pattern.size(); ++i, window <<= 1) {
+    if (i % 64 == 0) window = bs->getWindow(bitIndex + i);
+    if (!digitMatches(pattern[i], window >> 63 != 0)) return false;
   }
   bitIndex += pattern.size();
   return true;
@@ -87,9 +89,8 @@ void BitstreamTraverser::skipBits(int bitsToSkip, std::string& text) {
   assertThat(count < getBitsLeft(),
              "void BitstreamTraverser::skipBits(int, std::list<bool>&, std::string&)",
              "bitIndex + bitsToSkip < bs->getNumBits()");
-  for (const std::uint64_t end = bitIndex + count; bitIndex < end; ++bitIndex) {
-    text += bitToChar(bs->getBit(bitIndex));
-  }
+  bs->appendDigits(bitIndex, bitIndex + count, text);
+  bitIndex += count;
 }
 
 void BitstreamTraverser::skipBits(int bitsToSkip, std::list<bool>& newBits, std::string& text) {
