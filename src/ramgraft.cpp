@@ -69,10 +69,7 @@ bool graft(const std::string& bitFile, const std::string& widFile, const std::st
   return writeOutput(outputFile, bitstream, {bitFile, inputs.bitFile});
 }
 
-}  // namespace
-
-int runRamgraft(int argc, const char* const argv[]) {
-  prepareStandardDescriptors();
+int runCommandLine(int argc, const char* const argv[]) {
   if (argc != 5) {
     printLine("Usage: ramgraft <input_file.bit> <file.wid> <file.mem> <output_file.bit>");
     return 1;
@@ -88,4 +85,13 @@ int runRamgraft(int argc, const char* const argv[]) {
     printLine("ERROR: out of memory");
     return 1;
   }
+}
+
+}  // namespace
+
+int runRamgraft(int argc, const char* const argv[]) {
+  prepareStandardDescriptors();
+  const int status = runCommandLine(argc, argv);
+  flushMessages();
+  return status;
 }

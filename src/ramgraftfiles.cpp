@@ -180,6 +180,19 @@ class MemoryFileParser {
   std::uint64_t fullLine = 0;  ///< line at which a column first passed COLUMN_LENGTH
 };
 
+// Tells what became of the output: 0 or an error of replaceFile().
+void reportOutput(const std::string& fileName, const InputFile& original, int error) {
+  if (error == 0) {
+    printLine("STATUS: Successfully wrote ", fileName);
+  } else if (error == EFAULT || error == ORIGINAL_CHANGED) {
+    printLine("ERROR: can't read file ", original.name, ": it was ",
+              error == EFAULT ? "cut short" : "changed", " while in use");
+  } else {
+    printLine("ERROR: Can't write file ", fileName);
+    printDiagnosticPieces({fileName, ": ", std::strerror(error)});
+  }
+}
+
 }  // namespace
 
 // The characters come by value because callers may rely on handing over a copy.
@@ -296,19 +309,11 @@ bool writeOutput(const std::string& fileName, const Bitstream& bitstream,
                  const InputFile& original) {
   assertThat(bitstream.isByteAligned(), "bool writeOutput(const string&, Bitstream&)",
              "bitstream.isByteAligned()");
-  const SignalHold signals;  // until the line is printed that tells what became of the file
+  flushMessages();  // the file may be a descriptor that they go to, too
+  const SignalHold signals;
   const int error =
       replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), original, signals);
-  if (error == 0) {
-    printLine("STATUS: Successfully wrote ", fileName);
-    return true;
-  }
-  if (error == EFAULT || error == ORIGINAL_CHANGED) {
-    printLine("ERROR: can't read file ", original.name, ": it was ",
-              error == EFAULT ? "cut short" : "changed", " while in use");
-    return false;
-  }
-  printLine("ERROR: Can't write file ", fileName);
-  printDiagnosticPieces({fileName, ": ", std::strerror(error)});
-  return false;
+  reportOutput(fileName, original, error);
+  flushMessages();  // before signals are let through
+  return error == 0;
 }
