@@ -37,7 +37,7 @@ ByteBuffer makeConfiguration(std::size_t size, Fill fill) {
 std::string makeMemoryText(std::size_t size, std::size_t wordBits) {
   constexpr char DIGITS[] = "0123456789ABCDEF";
   std::mt19937_64 random(SEED);
-  std::string text = "# made up\n";
+  std::string text;
   while (text.size() < size) {
     for (std::size_t i = 0; i < wordBits / 4; ++i) text += DIGITS[random() % 16];
     text += '\n';

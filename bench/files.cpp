@@ -1,5 +1,6 @@
 // Reading the input files and writing the output, in a temporary folder.
 #include <benchmark/benchmark.h>
+#include <fcntl.h>
 #include <malloc.h>
 
 #include <cstdint>
@@ -76,7 +77,16 @@ void BM_loadRunInputs(benchmark::State& state) {
 }
 BENCHMARK(BM_loadRunInputs)->Apply(streamSizes);
 
-using ReadFile = ReadResult (*)(const std::string& fileName, ByteBuffer& bytes);
+using ReadFile = bool (*)(const std::string& fileName, ByteBuffer& bytes);
+
+bool copyFile(const std::string& fileName, ByteBuffer& bytes) {
+  return readWholeFile(fileName, bytes).outcome == ReadResult::Outcome::DONE;
+}
+
+bool mapFile(const std::string& fileName, ByteBuffer& bytes) {
+  const FileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC));
+  return bytes.map(file.get(), std::filesystem::file_size(fileName));
+}
 
 // Makes every large allocation come from the system and not from what was freed before: a run has
 // nothing to reuse.
@@ -92,18 +102,19 @@ void BM_readFile(benchmark::State& state, ReadFile readFile) {
   const std::string bitFile = folder.put("in.bit", stream.data(), stream.size());
   for ([[maybe_unused]] auto _ : state) {
     ByteBuffer bytes;
-    const ReadResult result = readFile(bitFile, bytes);
-    assertThat(result.outcome == ReadResult::Outcome::DONE && bytes.size() == stream.size(),
-               "BM_readFile", "bytes.size() == stream.size()");
+    assertThat(readFile(bitFile, bytes) && bytes.size() == stream.size(), "BM_readFile",
+               "bytes.size() == stream.size()");
   }
   state.SetBytesProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK_CAPTURE(BM_readFile, mapped, mapWholeFile)->Apply(streamSizes);
-BENCHMARK_CAPTURE(BM_readFile, copied, readWholeFile)->Apply(streamSizes);
+BENCHMARK_CAPTURE(BM_readFile, mapped, mapFile)->Apply(streamSizes);
+BENCHMARK_CAPTURE(BM_readFile, copied, copyFile)->Apply(streamSizes);
 
 // What a run does with every byte of a stream: read it, search it, write it to a new file. Shows
-// what mapping the input is worth to a run.
+// what mapping the input is worth to a run, and what it costs where contents are overwritten.
+// Arguments: bytes of the stream, how many in a hundred of its pages change.
 void BM_loadSearchWrite(benchmark::State& state, ReadFile readFile) {
+  constexpr std::size_t PAGE = 4096;
   takeFreshMemory();
   const TemporaryFolder folder;
   std::string bitFile;
@@ -116,6 +127,8 @@ void BM_loadSearchWrite(benchmark::State& state, ReadFile readFile) {
     {
       ByteBuffer bytes;
       static_cast<void>(readFile(bitFile, bytes));
+      const auto changed = static_cast<std::size_t>(state.range(0) * state.range(1) / 100);
+      for (std::size_t at = 0; at < changed; at += PAGE) bytes.data()[at] = 0xFF;
       Bitstream bitstream(0);
       bitstream.pushBytes(std::move(bytes));
       benchmark::DoNotOptimize(findAddressSection(bitstream, 0, NOT_FOUND));
@@ -128,8 +141,12 @@ void BM_loadSearchWrite(benchmark::State& state, ReadFile readFile) {
   }
   state.SetBytesProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK_CAPTURE(BM_loadSearchWrite, mapped, mapWholeFile)->Apply(streamSizes);
-BENCHMARK_CAPTURE(BM_loadSearchWrite, copied, readWholeFile)->Apply(streamSizes);
+void streamSizesAndChanges(benchmark::internal::Benchmark* benchmark) {
+  benchmark->ArgsProduct({{1 << 20, 4 << 20, 15 << 20, 64 << 20, 256 << 20}, {0, 5, 15}});
+  benchmark->UseRealTime();
+}
+BENCHMARK_CAPTURE(BM_loadSearchWrite, mapped, mapFile)->Apply(streamSizesAndChanges);
+BENCHMARK_CAPTURE(BM_loadSearchWrite, copied, copyFile)->Apply(streamSizesAndChanges);
 
 void BM_replaceFile(benchmark::State& state, bool isOldThere) {
   const TemporaryFolder folder;

@@ -31,5 +31,10 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 
 std::string makeSeed(std::mt19937_64& random) {
   const RunFiles files = randomRun(random);
-  return (random() & 1) != 0 ? files.mem + "\n# note\r\n\r\n1\r2" : files.wid + "\r";
+  std::string seed = (random() & 1) != 0 ? files.mem + "\n# note\r\n\r\n1\r2" : files.wid + "\r";
+  if (random() % 100 == 0) {  // more than is read at a time, now and then in one line
+    seed += '\n' + std::string(random() % 70'000, 'A');
+    while (seed.size() < 200'000) seed += seed;
+  }
+  return seed;
 }

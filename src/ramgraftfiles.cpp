@@ -24,10 +24,8 @@ constexpr std::string_view MEMORY_COMMENTS = "#/";
 constexpr std::string_view CANT_OPEN_TEXT_FILE = "ERROR: Can't open file ";
 constexpr std::string_view CANT_OPEN_BIT_FILE = "ERROR: can't open file ";
 
-bool readOrReport(const std::string& fileName, std::string_view cantOpen, ByteBuffer& bytes,
-                  struct stat& status) {
-  const ReadResult result = mapWholeFile(fileName, bytes);
-  status = result.status;
+// Whether the file was read; prints the ERROR line when it wasn't.
+bool checkRead(const std::string& fileName, const ReadResult& result, std::string_view cantOpen) {
   switch (result.outcome) {
     case ReadResult::Outcome::DONE:
       return true;
@@ -41,9 +39,18 @@ bool readOrReport(const std::string& fileName, std::string_view cantOpen, ByteBu
   return false;
 }
 
-bool readTextFile(const std::string& fileName, ByteBuffer& text) {
-  struct stat status {};
-  return readOrReport(fileName, CANT_OPEN_TEXT_FILE, text, status);
+bool checkRead(const std::string& textFile, const LineReader& reader) {
+  return checkRead(textFile, reader.getResult(), CANT_OPEN_TEXT_FILE);
+}
+
+// Sets `status` to that of the file before it was read.
+bool loadBitFile(const std::string& fileName, Bitstream& bitstream, struct stat& status) {
+  ByteBuffer bytes;
+  const ReadResult result = readOrMapWholeFile(fileName, bytes);
+  status = result.status;
+  if (!checkRead(fileName, result, CANT_OPEN_BIT_FILE)) return false;
+  bitstream.pushBytes(std::move(bytes));
+  return true;
 }
 
 // "FILE, line N: ", the place that an error line names.
@@ -63,9 +70,7 @@ struct WidthLine {
 
 // Reads the wids and the width line.
 bool readWidFile(const std::string& fileName, std::vector<std::string>& wids, WidthLine& last) {
-  ByteBuffer text;
-  if (!readTextFile(fileName, text)) return false;
-  LineReader reader(text.text(), NO_COMMENTS);
+  LineReader reader(fileName, NO_COMMENTS);
   std::uint64_t firstOtherLength = 0;  // line number of the first wid that isn't like the first
   for (TextLine line; reader.next(line);) {
     if (firstOtherLength == 0 && !wids.empty() && wids.back().size() != wids.front().size()) {
@@ -74,6 +79,7 @@ bool readWidFile(const std::string& fileName, std::vector<std::string>& wids, Wi
     wids.emplace_back(line.text);
     last.number = line.number;
   }
+  if (!checkRead(fileName, reader)) return false;
   if (wids.empty()) {
     printLine("ERROR: empty wid file!");
     return false;
@@ -97,13 +103,14 @@ class MemoryFileParser {
   MemoryFileParser(const std::string& memFile, EbrContents& ebrContents)
       : fileName(memFile), contents(ebrContents) {}
 
-  bool parse(std::string_view text) {
-    contents.reserve(text.size() / 2 + 1);
-    LineReader reader(text, MEMORY_COMMENTS);
+  bool parse(LineReader& reader) {
+    const struct stat& status = reader.getResult().status;
+    if (S_ISREG(status.st_mode))
+      contents.reserve(static_cast<std::uint64_t>(status.st_size) / 2 + 1);
     for (TextLine line; reader.next(line);) {
       if (!addWord(line)) return false;
     }
-    return checkColumnLengths();
+    return checkRead(fileName, reader) && checkColumnLengths();
   }
 
   void warnOfMisfits(int addrWidth) const {
@@ -198,11 +205,12 @@ void reportOutput(const std::string& fileName, const InputFile& original, int er
 // The characters come by value because callers may rely on handing over a copy.
 bool readFileLines(const std::string& fileName, std::vector<std::string>& lines,
                    std::vector<char> commentChars) {  // NOLINT(performance-unnecessary-value-param)
-  ByteBuffer text;
-  if (!readTextFile(fileName, text)) return false;
-  LineReader reader(text.text(), std::string_view(commentChars.data(), commentChars.size()));
+  LineReader reader(fileName, std::string_view(commentChars.data(), commentChars.size()));
+  const std::size_t before = lines.size();
   for (TextLine line; reader.next(line);) lines.emplace_back(line.text);
-  return true;
+  if (checkRead(fileName, reader)) return true;
+  lines.resize(before);
+  return false;
 }
 
 bool checkWidLengths(const std::vector<std::string>& wids) {
@@ -248,8 +256,8 @@ bool loadRunInputs(const std::string& widFile, const std::string& memFile,
   WidthLine widthLine;
   if (!readWidFile(widFile, inputs.wids, widthLine)) return false;
   {
-    ByteBuffer memoryText;  // released before the bitstream is read
-    if (!readTextFile(memFile, memoryText)) return false;
+    LineReader memoryText(memFile, MEMORY_COMMENTS);
+    if (!checkRead(memFile, memoryText)) return false;
     if (!parseAddrDataWidth(widthLine.text, inputs.addrWidth, inputs.dataWidth)) {
       printDiagnosticPieces({placeOf(widFile, widthLine.number), widthLine.text});
       return false;
@@ -265,13 +273,10 @@ bool loadRunInputs(const std::string& widFile, const std::string& memFile,
     EbrContents& contents =
         inputs.contents.emplace(numEbrs, static_cast<std::uint64_t>(inputs.dataWidth) / numEbrs);
     MemoryFileParser parser(memFile, contents);
-    if (!parser.parse(memoryText.text())) return false;
+    if (!parser.parse(memoryText)) return false;
     parser.warnOfMisfits(inputs.addrWidth);
   }
-  ByteBuffer bytes;
-  if (!readOrReport(bitFile, CANT_OPEN_BIT_FILE, bytes, inputs.bitFile)) return false;
-  bitstream.pushBytes(std::move(bytes));
-  return true;
+  return loadBitFile(bitFile, bitstream, inputs.bitFile);
 }
 
 bool loadInputFiles(const std::string& widFile, const std::string& memFile,
@@ -294,11 +299,8 @@ bool loadInputFiles(const std::string& widFile, const std::string& memFile,
 }
 
 bool readBitFile(const std::string& fileName, Bitstream& bitstream) {
-  ByteBuffer bytes;
   struct stat status {};
-  if (!readOrReport(fileName, CANT_OPEN_BIT_FILE, bytes, status)) return false;
-  bitstream.pushBytes(std::move(bytes));
-  return true;
+  return loadBitFile(fileName, bitstream, status);
 }
 
 bool writeOutput(const std::string& fileName, Bitstream& bitstream) {

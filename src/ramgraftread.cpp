@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 
 namespace {
 
@@ -32,21 +33,29 @@ FileDescriptor openToRead(const std::string& fileName, ReadResult& result) {
   return file;
 }
 
+// Reads on behind the bytes held, as many as there is room for. False at the file's end, or with
+// the outcome set when the file can't be read.
+bool readPiece(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result) {
+  for (;;) {
+    const ssize_t count =
+        ::read(file.get(), bytes.data() + bytes.size(), bytes.capacity() - bytes.size());
+    if (count >= 0) {
+      bytes.resize(bytes.size() + static_cast<std::size_t>(count));
+      return count > 0;
+    }
+    if (errno != EINTR) {
+      result.outcome = Outcome::CANT_READ;
+      result.error = errno;
+      return false;
+    }
+  }
+}
+
 void readToEnd(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result) {
   bytes.resize(0);
   bytes.reserve(expectedBytes(result.status));
-  for (;;) {
+  while (readPiece(file, bytes, result)) {
     if (bytes.size() == bytes.capacity()) bytes.reserve(bytes.capacity() * 2);
-    const ssize_t count =
-        ::read(file.get(), bytes.data() + bytes.size(), bytes.capacity() - bytes.size());
-    if (count == 0) return;
-    if (count > 0) {
-      bytes.resize(bytes.size() + static_cast<std::size_t>(count));
-    } else if (errno != EINTR) {
-      result.outcome = Outcome::CANT_READ;
-      result.error = errno;
-      return;
-    }
   }
 }
 
@@ -70,18 +79,21 @@ ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
   return result;
 }
 
-ReadResult mapWholeFile(const std::string& fileName, ByteBuffer& bytes) {
-  constexpr off_t SMALLEST_MAPPED = off_t{256} << 10;  // below it, mapping costs more than copying
+ReadResult readOrMapWholeFile(const std::string& fileName, ByteBuffer& bytes) {
+  // Each mapped page that changes is copied by itself, which is dear: below this size a run is
+  // faster without, and doesn't depend on what others do to the file.
+  constexpr off_t SMALLEST_MAPPED = off_t{16} << 20;
   ReadResult result;
   const FileDescriptor file = openToRead(fileName, result);
   if (result.outcome != Outcome::DONE) return result;
+  const bool isMapped = S_ISREG(result.status.st_mode) && result.status.st_size >= SMALLEST_MAPPED;
+  // What can't be mapped, or not all of it, is read: that works, or tells the reason.
+  if (!isMapped || !bytes.map(file.get(), static_cast<std::size_t>(result.status.st_size))) {
+    readToEnd(file, bytes, result);
+    return result;
+  }
   cutShortMessage = "ERROR: can't read file " + fileName + ": it was cut short while in use\n";
   std::signal(SIGBUS, endOnCutShortFile);
-  const bool isLarge = S_ISREG(result.status.st_mode) && result.status.st_size >= SMALLEST_MAPPED;
-  // What can't be mapped, or not all of it, is read: that works, or tells the reason.
-  if (!isLarge || !bytes.map(file.get(), static_cast<std::size_t>(result.status.st_size))) {
-    readToEnd(file, bytes, result);
-  }
   return result;
 }
 
@@ -94,14 +106,49 @@ bool hasChanged(const InputFile& file) {
           now.st_mtim.tv_nsec != before.st_mtim.tv_nsec);
 }
 
+LineReader::LineReader(const std::string& fileName, std::string_view commentCharacters)
+    : comments(commentCharacters), file(openToRead(fileName, result)) {
+  constexpr std::size_t PIECE = 64 << 10;  // stays in a cache until its lines have been used
+  bytes.reserve(PIECE);
+  if (result.outcome == Outcome::DONE) readMore();
+}
+
+// Moves what was not taken yet to the front and reads on behind it. False when the file holds no
+// more, or can't be read.
+bool LineReader::readMore() {
+  if (!file.isOpen()) return false;
+  const std::size_t left = bytes.size() - begin;
+  std::memmove(bytes.data(), bytes.data() + begin, left);
+  bytes.resize(left);
+  begin = 0;
+  if (left == bytes.capacity()) bytes.reserve(bytes.capacity() * 2);
+  if (readPiece(file, bytes, result)) return true;
+  file.close();
+  return false;
+}
+
+// Takes the next line of any kind. False when there is none, or not all of it.
+bool LineReader::takeLine(std::string_view& line) {
+  std::size_t end = rest().find('\n');
+  while (end == std::string_view::npos) {
+    const std::size_t searched = rest().size();
+    if (!readMore()) break;
+    end = rest().find('\n', searched);
+  }
+  const std::string_view untaken = rest();
+  const bool isLast = end == std::string_view::npos;  // it may lack its line end
+  if (isLast && (untaken.empty() || result.outcome != Outcome::DONE)) return false;
+  line = untaken.substr(0, end);
+  begin += isLast ? line.size() : line.size() + 1;
+  ++number;
+  return true;
+}
+
 bool LineReader::next(TextLine& line) {
-  while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find('\n'), rest.size());
-    line.text = rest.substr(0, end);
-    line.number = ++number;
-    rest.remove_prefix(std::min(end + 1, rest.size()));
+  while (takeLine(line.text)) {
     if (line.text.empty() || comments.find(line.text.front()) != std::string_view::npos) continue;
     if (line.text.find('\r') != std::string_view::npos) line.text.remove_suffix(1);
+    line.number = number;
     return true;
   }
   return false;
