@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstdio>
+#include <cstring>
 #include <span>
 
 #include "ramgraftassert.h"
@@ -85,6 +87,8 @@ void warnOfLostWords(std::uint64_t words, std::uint64_t capacity, const std::str
                ": the rest is not written");
 }
 
+constexpr std::uint64_t FRAME_BYTES = FRAME_BITS / 8;
+
 // Stores the payload frame that holds the eight bytes of `contents`:
 //
 //   bit   0 1      8 9 10    17 ...  54 55    62 63 64     71
@@ -105,20 +109,58 @@ void storeFrame(unsigned char* frame, const unsigned char* contents) {
   frame[8] = contents[7];
 }
 
+// Stores two frames in half the time (BM_replaceEbrContents), on a little-endian machine. Byte k of
+// a frame begins with the last k bits of contents byte k - 1; a 0 and the first bits of byte k
+// follow. So of the 16 bits of byte k - 1 and half of byte k the eight from bit 8 - k on are
+// wanted. Multiplying each lane by its own power of two brings them to its upper half.
+void storeFramePair(unsigned char* frames, const unsigned char* contents) {
+  using Bytes = unsigned char __attribute__((vector_size(16)));
+  using Lanes = std::uint16_t __attribute__((vector_size(16)));
+  using Words = std::uint64_t __attribute__((vector_size(16)));
+  constexpr Lanes POWERS = {256, 128, 64, 32, 16, 8, 4, 2};
+  Bytes bytes;
+  std::memcpy(&bytes, contents, sizeof bytes);
+  const Bytes halves = bytes >> 1;
+  const auto before = std::bit_cast<Bytes>(std::bit_cast<Words>(bytes) << 8);
+  const auto first = std::bit_cast<Lanes>(__builtin_shufflevector(
+      halves, before, 0, 16, 1, 17, 2, 18, 3, 19, 4, 20, 5, 21, 6, 22, 7, 23));
+  const auto second = std::bit_cast<Lanes>(__builtin_shufflevector(
+      halves, before, 8, 24, 9, 25, 10, 26, 11, 27, 12, 28, 13, 29, 14, 30, 15, 31));
+  const auto words = std::bit_cast<Words>(__builtin_shufflevector(
+      std::bit_cast<Bytes>(first * POWERS), std::bit_cast<Bytes>(second * POWERS),  //
+      1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31));
+  for (std::size_t i = 0; i < 2; ++i) {
+    const std::uint64_t word = words[i];
+    std::memcpy(frames + i * FRAME_BYTES, &word, sizeof word);
+    frames[i * FRAME_BYTES + 8] = contents[i * FRAME_WORDS + 7];
+  }
+}
+
+// Stores the frames that hold `contents`, a multiple of eight bytes.
+void storeFrames(unsigned char* frames, std::span<const unsigned char> contents) {
+  std::size_t at = 0;
+  if (std::endian::native == std::endian::little) {
+    for (; contents.size() - at >= 2 * FRAME_WORDS; at += 2 * FRAME_WORDS) {
+      storeFramePair(frames + at / FRAME_WORDS * FRAME_BYTES, &contents[at]);
+    }
+  }
+  for (; at < contents.size(); at += FRAME_WORDS) {
+    storeFrame(frames + at / FRAME_WORDS * FRAME_BYTES, &contents[at]);
+  }
+}
+
 // Overwrites `numWords` payload words from bit `index` on with a column's bytes and zeros behind
 // them.
 void overwritePayload(Bitstream& bitstream, std::uint64_t index,
                       std::span<const unsigned char> column, std::uint64_t numWords) {
-  constexpr std::uint64_t FRAME_BYTES = FRAME_BITS / 8;
   constexpr std::uint64_t PIECE_WORDS = 64 * FRAME_WORDS;  // a piece stays in the nearest cache
-  constexpr std::array<unsigned char, FRAME_WORDS> ZEROS{};
   std::array<unsigned char, PIECE_WORDS / FRAME_WORDS * FRAME_BYTES> piece;
   for (std::uint64_t begin = 0; begin < numWords; begin += PIECE_WORDS) {
     const std::uint64_t end = std::min(begin + PIECE_WORDS, numWords);
-    unsigned char* frame = piece.data();
-    for (std::uint64_t word = begin; word < end; word += FRAME_WORDS, frame += FRAME_BYTES) {
-      storeFrame(frame, word < column.size() ? &column[word] : ZEROS.data());
-    }
+    const std::uint64_t frames = (end - begin + FRAME_WORDS - 1) / FRAME_WORDS;
+    const auto contents = column.subspan(std::min(begin, column.size()));
+    if (contents.size() < frames * FRAME_WORDS) piece.fill(0);
+    storeFrames(piece.data(), contents.first(std::min(contents.size(), frames * FRAME_WORDS)));
     bitstream.overwriteBits(index + begin * WORD_BITS, piece.data(), (end - begin) * WORD_BITS);
   }
 }
