@@ -83,28 +83,29 @@ bool BitstreamTraverser::expectBits(char expected, int count, std::list<bool>& n
   return true;
 }
 
-void BitstreamTraverser::skipBits(int bitsToSkip, std::string& text) {
+void BitstreamTraverser::skipBits(int bitsToSkip) {
   // A negative count moves nothing, so it never runs past the end.
   const auto count = static_cast<std::uint64_t>(std::max(bitsToSkip, 0));
   assertThat(count < getBitsLeft(),
              "void BitstreamTraverser::skipBits(int, std::list<bool>&, std::string&)",
              "bitIndex + bitsToSkip < bs->getNumBits()");
-  bs->appendDigits(bitIndex, bitIndex + count, text);
   bitIndex += count;
+}
+
+void BitstreamTraverser::skipBits(int bitsToSkip, std::string& text) {
+  const std::uint64_t start = bitIndex;
+  skipBits(bitsToSkip);
+  bs->appendDigits(start, bitIndex, text);
+}
+
+void BitstreamTraverser::skipBits(int bitsToSkip, std::list<bool>& newBits) {
+  const std::uint64_t start = bitIndex;
+  skipBits(bitsToSkip);
+  appendBits(start, bitIndex, newBits);
 }
 
 void BitstreamTraverser::skipBits(int bitsToSkip, std::list<bool>& newBits, std::string& text) {
   const std::uint64_t start = bitIndex;
-  skipBits(bitsToSkip, text);
-  appendBits(start, bitIndex, newBits);
-}
-
-void BitstreamTraverser::skipBits(int bitsToSkip, std::list<bool>& newBits) {
-  std::string text;
-  skipBits(bitsToSkip, newBits, text);
-}
-
-void BitstreamTraverser::skipBits(int bitsToSkip) {
-  std::string text;
-  skipBits(bitsToSkip, text);
+  skipBits(bitsToSkip, newBits);
+  bs->appendDigits(start, bitIndex, text);
 }
