@@ -78,7 +78,7 @@ constexpr std::uint64_t BLOCK_BYTES = 4 * sizeof(Vector);
 constexpr std::uint64_t BLOCK_READ_BYTES = BLOCK_BYTES + 4;
 
 // Whether an address section may begin in one of the BLOCK_BYTES bytes; rarely wrong. Passing over
-// data by blocks takes a tenth of the time of a search for the opcode in every word
+// data by blocks takes a seventh of the time of a search for the opcode in every word
 // (BM_findAddressSection, BM_findPattern). Wherever in a byte the opcode begins, the three bytes
 // from the second one behind it on are zero, and one of the first two is known but for bits in
 // front of the opcode:
