@@ -104,9 +104,8 @@ class MemoryFileParser {
       : fileName(memFile), contents(ebrContents) {}
 
   bool parse(LineReader& reader) {
-    const struct stat& status = reader.getResult().status;
-    if (S_ISREG(status.st_mode))
-      contents.reserve(static_cast<std::uint64_t>(status.st_size) / 2 + 1);
+    const struct stat& status = reader.getResult().status;  // a pipe's size is 0
+    contents.reserve(static_cast<std::uint64_t>(status.st_size) / 2 + 1);
     for (TextLine line; reader.next(line);) {
       if (!addWord(line)) return false;
     }

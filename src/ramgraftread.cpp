@@ -80,8 +80,8 @@ ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
 }
 
 ReadResult readOrMapWholeFile(const std::string& fileName, ByteBuffer& bytes) {
-  // Each mapped page that changes is copied by itself, which is dear: below this size a run is
-  // faster without, and doesn't depend on what others do to the file.
+  // Each mapped page that changes is copied by itself, which is dear. Below this size runs that
+  // change much are faster without, and none can be ended by what is done to the file.
   constexpr off_t SMALLEST_MAPPED = off_t{16} << 20;
   ReadResult result;
   const FileDescriptor file = openToRead(fileName, result);

@@ -22,10 +22,10 @@ struct ReadResult {
 /// lost.
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
 
-/// readWholeFile() that maps a very large regular file into memory instead of copying it: half the
-/// time of a run on a stream of 256 MB (bench/). The file must stay as it is while `bytes` is in
-/// use; when it is cut short nevertheless, the process ends with an ERROR line and exit status 1. A
-/// system call that meets the missing bytes fails with EFAULT instead.
+/// readWholeFile() that maps a very large regular file into memory instead of copying it, in half
+/// the time (BM_loadSearchWrite). The file must stay as it is while `bytes` is in use; when it is
+/// cut short nevertheless, the process ends with an ERROR line and exit status 1. A system call
+/// that meets the missing bytes fails with EFAULT instead.
 ReadResult readOrMapWholeFile(const std::string& fileName, ByteBuffer& bytes);
 
 /// A file that was read: its name, and its status when it was opened.
@@ -50,7 +50,8 @@ struct TextLine {
 /// is held in memory, at least a line.
 class LineReader {
  public:
-  /// Opens the named file, which may be a pipe, and reads its beginning.
+  /// Opens the named file, which may be a pipe, and reads its beginning. The comment characters
+  /// must outlive the reader.
   LineReader(const std::string& fileName, std::string_view commentCharacters);
 
   /// Moves on to the next line that counts. False when there is none, or when the file can't be
