@@ -69,7 +69,10 @@ bool graft(const std::string& bitFile, const std::string& widFile, const std::st
   return writeOutput(outputFile, bitstream, {bitFile, inputs.bitFile});
 }
 
-int runCommandLine(int argc, const char* const argv[]) {
+}  // namespace
+
+int runRamgraft(int argc, const char* const argv[]) {
+  prepareStandardDescriptors();
   if (argc != 5) {
     printLine("Usage: ramgraft <input_file.bit> <file.wid> <file.mem> <output_file.bit>");
     return 1;
@@ -85,13 +88,4 @@ int runCommandLine(int argc, const char* const argv[]) {
     printLine("ERROR: out of memory");
     return 1;
   }
-}
-
-}  // namespace
-
-int runRamgraft(int argc, const char* const argv[]) {
-  prepareStandardDescriptors();
-  const int status = runCommandLine(argc, argv);
-  flushMessages();
-  return status;
 }

@@ -6,7 +6,6 @@
 #include <cstring>
 
 void failAssertion(const char* signature, const char* condition, const char* file, int line) {
-  std::fflush(stdout);  // abort() doesn't
   const char* slash = std::strrchr(file, '/');
   std::fprintf(stderr, "%s: %s:%d: %s: Assertion `%s' failed.\n", program_invocation_short_name,
                slash == nullptr ? file : slash + 1, line, signature, condition);

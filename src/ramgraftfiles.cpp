@@ -186,19 +186,6 @@ class MemoryFileParser {
   std::uint64_t fullLine = 0;  ///< line at which a column first passed COLUMN_LENGTH
 };
 
-// Tells what became of the output: 0 or an error of replaceFile().
-void reportOutput(const std::string& fileName, const InputFile& original, int error) {
-  if (error == 0) {
-    printLine("STATUS: Successfully wrote ", fileName);
-  } else if (error == EFAULT || error == ORIGINAL_CHANGED) {
-    printLine("ERROR: can't read file ", original.name, ": it was ",
-              error == EFAULT ? "cut short" : "changed", " while in use");
-  } else {
-    printLine("ERROR: Can't write file ", fileName);
-    printDiagnosticPieces({fileName, ": ", std::strerror(error)});
-  }
-}
-
 }  // namespace
 
 // The characters come by value because callers may rely on handing over a copy.
@@ -310,11 +297,19 @@ bool writeOutput(const std::string& fileName, const Bitstream& bitstream,
                  const InputFile& original) {
   assertThat(bitstream.isByteAligned(), "bool writeOutput(const string&, Bitstream&)",
              "bitstream.isByteAligned()");
-  flushMessages();  // the file may be a descriptor that they go to, too
-  const SignalHold signals;
+  const SignalHold signals;  // until the line is printed that tells what became of the file
   const int error =
       replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), original, signals);
-  reportOutput(fileName, original, error);
-  flushMessages();  // before signals are let through
-  return error == 0;
+  if (error == 0) {
+    printLine("STATUS: Successfully wrote ", fileName);
+    return true;
+  }
+  if (error == EFAULT || error == ORIGINAL_CHANGED) {
+    printLine("ERROR: can't read file ", original.name, ": it was ",
+              error == EFAULT ? "cut short" : "changed", " while in use");
+    return false;
+  }
+  printLine("ERROR: Can't write file ", fileName);
+  printDiagnosticPieces({fileName, ": ", std::strerror(error)});
+  return false;
 }

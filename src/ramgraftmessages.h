@@ -7,19 +7,12 @@
 #include <string>
 #include <string_view>
 
-/// Prints the pieces as one whole line on standard output. A terminal shows it at once; elsewhere
-/// lines wait for others, for flushMessages(), or for a line on standard error: in a run on a
-/// thousand EBRs that saves a tenth of the time (docs/performance.md). When standard output can't
-/// be written (a full disk, a closed pipe) the run goes on, since the output file matters more than
-/// the report; the first such loss is told by a WARNING line on standard error.
+/// Prints the pieces as one whole line on standard output and flushes it. When standard output
+/// can't be written (a full disk, a closed pipe) the run goes on, since the output file matters
+/// more than the report; the first such loss is told by a WARNING line on standard error.
 void printPieces(std::initializer_list<std::string_view> pieces);
 
-/// Writes the lines that still wait. Called before anything that they must not come behind, or that
-/// could lose them: writing the output, ending the process.
-void flushMessages();
-
-/// Prints the pieces as one whole line on standard error, behind all lines that were printed
-/// before. Losing it is not an error.
+/// Prints the pieces as one whole line on standard error. Losing it is not an error.
 void printDiagnosticPieces(std::initializer_list<std::string_view> pieces);
 
 /// printPieces() for pieces of any kind that converts to text.

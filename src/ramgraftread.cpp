@@ -63,9 +63,7 @@ void readToEnd(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result
 // signal handler can't.
 std::string cutShortMessage;
 
-// Raised by reading the mapped bytes, never within the C library, so that it can be called.
 void endOnCutShortFile(int /*signal*/) {
-  std::fflush(stdout);
   static_cast<void>(!::write(STDOUT_FILENO, cutShortMessage.data(), cutShortMessage.size()));
   ::_exit(1);
 }

@@ -70,7 +70,6 @@ std::string outputOf(const std::function<void()>& action) {
   ::dup2(memory, STDOUT_FILENO);
   ::dup2(memory, STDERR_FILENO);
   action();
-  std::fflush(stdout);
   ::dup2(out, STDOUT_FILENO);
   ::dup2(err, STDERR_FILENO);
   std::string text(static_cast<std::size_t>(::lseek(memory, 0, SEEK_END)), '\0');
