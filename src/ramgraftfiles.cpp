@@ -33,9 +33,12 @@ bool checkRead(const std::string& fileName, const ReadResult& result, std::strin
       printLine(cantOpen, fileName);
       return false;
     case ReadResult::Outcome::CANT_READ:
+      printLine("ERROR: can't read file ", fileName, ": ", std::strerror(result.error));
+      return false;
+    case ReadResult::Outcome::CHANGED:
       break;
   }
-  printLine("ERROR: can't read file ", fileName, ": ", std::strerror(result.error));
+  printLine("ERROR: can't read file ", fileName, ": it was changed while in use");
   return false;
 }
 

@@ -20,7 +20,8 @@ std::size_t expectedBytes(const struct stat& status) {
 
 using Outcome = ReadResult::Outcome;
 
-// Opens the file and fills in the result as far as it goes. The outcome tells of a failure.
+// Opens the file and fills in the result as far as it goes. The outcome tells of a failure; the
+// file is then not open.
 FileDescriptor openToRead(const std::string& fileName, ReadResult& result) {
   FileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
   if (!file.isOpen()) {
@@ -29,26 +30,36 @@ FileDescriptor openToRead(const std::string& fileName, ReadResult& result) {
   } else if (::fstat(file.get(), &result.status) != 0) {
     result.outcome = Outcome::CANT_READ;
     result.error = errno;
+    file.close();
   }
   return file;
+}
+
+// Whether the contents of a file may have changed between two looks at its status.
+bool isOther(const struct stat& before, const struct stat& now) {
+  return now.st_size != before.st_size || now.st_mtim.tv_sec != before.st_mtim.tv_sec ||
+         now.st_mtim.tv_nsec != before.st_mtim.tv_nsec;
 }
 
 // Reads on behind the bytes held, as many as there is room for. False at the file's end, or with
 // the outcome set when the file can't be read.
 bool readPiece(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result) {
-  for (;;) {
-    const ssize_t count =
-        ::read(file.get(), bytes.data() + bytes.size(), bytes.capacity() - bytes.size());
-    if (count >= 0) {
-      bytes.resize(bytes.size() + static_cast<std::size_t>(count));
-      return count > 0;
-    }
-    if (errno != EINTR) {
-      result.outcome = Outcome::CANT_READ;
-      result.error = errno;
-      return false;
-    }
+  ssize_t count = 0;
+  do {
+    count = ::read(file.get(), bytes.data() + bytes.size(), bytes.capacity() - bytes.size());
+  } while (count < 0 && errno == EINTR);
+  struct stat now = result.status;
+  if (count < 0 || (count == 0 && ::fstat(file.get(), &now) != 0)) {
+    result.outcome = Outcome::CANT_READ;
+    result.error = errno;
+  } else if (S_ISREG(now.st_mode) && isOther(result.status, now)) {
+    result.outcome = Outcome::CHANGED;  // its end may be that of the new contents
+    result.error = EBUSY;
+  } else if (count > 0) {
+    bytes.resize(bytes.size() + static_cast<std::size_t>(count));
+    return true;
   }
+  return false;
 }
 
 void readToEnd(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result) {
@@ -99,16 +110,14 @@ bool hasChanged(const InputFile& file) {
   const struct stat& before = file.status;
   struct stat now {};
   if (!S_ISREG(before.st_mode) || ::stat(file.name.c_str(), &now) != 0) return false;
-  return identityOf(now) == identityOf(before) &&
-         (now.st_size != before.st_size || now.st_mtim.tv_sec != before.st_mtim.tv_sec ||
-          now.st_mtim.tv_nsec != before.st_mtim.tv_nsec);
+  return identityOf(now) == identityOf(before) && isOther(before, now);
 }
 
 LineReader::LineReader(const std::string& fileName, std::string_view commentCharacters)
     : comments(commentCharacters), file(openToRead(fileName, result)) {
   constexpr std::size_t PIECE = 64 << 10;  // stays in a cache until its lines have been used
   bytes.reserve(PIECE);
-  if (result.outcome == Outcome::DONE) readMore();
+  readMore();
 }
 
 // Moves what was not taken yet to the front and reads on behind it. False when the file holds no

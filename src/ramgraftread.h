@@ -11,10 +11,15 @@
 
 /// What became of reading a file.
 struct ReadResult {
-  enum class Outcome { DONE, CANT_OPEN, CANT_READ };
+  enum class Outcome {
+    DONE,
+    CANT_OPEN,
+    CANT_READ,
+    CHANGED,  ///< a regular file was written to while it was read
+  };
 
   Outcome outcome = Outcome::DONE;
-  int error = 0;          ///< the system's error number unless DONE
+  int error = 0;          ///< the system's error number unless DONE; EBUSY when CHANGED
   struct stat status {};  ///< of the file before it was read, once it could be opened
 };
 

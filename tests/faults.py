@@ -238,15 +238,26 @@ class Faults(unittest.TestCase):
             stage = Stage()
             self.assertEqual((stage.run(stdout=stream), stage.output()), (0, stage.new))
             self.assertRegex(stage.reasons, r"\AWARNING: can't write to standard output: .*\n\Z")
+        # A line is seen at once, and what others write to the pipe doesn't come into its middle.
+        source, sink = os.pipe2(os.O_DIRECT)  # keeps apart what was written apart
+        self.assertEqual(Stage().run(stdout=sink), 0)
+        os.close(sink)
+        lines = [line.decode() for line in iter(lambda: os.read(source, 9999), b"")]
+        self.assertEqual(lines, f"{PROGRESS}STATUS: Successfully wrote out.bit\n".splitlines(True))
 
     def test_input_written_to(self):
-        cut, changed = (f"ERROR: can't read file in.bit: it was {what} while in use\n"
-                        for what in ("cut short", "changed"))
+        cut, *changed = (f"ERROR: can't read file {name}: it was {what} while in use\n"
+                         for name, what in [("in.bit", "cut short"), ("ram.wid", "changed"),
+                                            ("words.mem", "changed"), ("in.bit", "changed")])
         for filler, fault in (SMALL, CUT), (MAPPED, CUT), (SMALL, TOUCH), (MAPPED, TOUCH):
             calls = self.check(Stage("file", filler), 0)
             loaded, written = calls.index("stat"), calls.index("write") + 1
             looked_last = len(calls) - calls[::-1].index("stat")
-            said = dict.fromkeys(range(loaded, looked_last + 1), PROGRESS + changed)
+            said = dict.fromkeys(range(loaded, looked_last + 1), PROGRESS + changed[-1])
+            looks = [at for at, call in enumerate(calls) if call == "fstat"]  # around each reading
+            for file in range(0 if fault == TOUCH else 2, 3 if filler == SMALL else 2):
+                said.update(dict.fromkeys(range(looks[2 * file] + 2, looks[2 * file + 1] + 2),
+                                          LOADING + changed[file]))
             if (filler, fault) == (MAPPED, CUT):
                 said.update(dict.fromkeys(range(loaded + 2, written + 1), PROGRESS + cut))
                 said[loaded] = PROCESSING + cut

@@ -4,8 +4,8 @@
 //
 //   at    number of the call that goes wrong; 0 for none
 //   kind  what happens to it: an error number; SHORT: it moves one byte only; CUT: in.bit is cut
-//         short before it; TOUCH: in.bit is written to before it, its size staying; a negated
-//         signal number: the signal is raised before it
+//         short before it; TOUCH: the inputs are written to before it, their sizes staying; a
+//         negated signal number: the signal is raised before it
 //   no    the flags of openat() that the folder refuses; 0 for none
 //   log   an open descriptor that takes a line "name result" for every call
 #include <dlfcn.h>
@@ -30,7 +30,9 @@ static long call(std::string_view name, long a, long b, long c, long d, long e, 
   if (text == nullptr || ++calls != at) fault = 0;
   if (fault < 0) std::raise(-fault);
   if (fault == CUT && ::truncate("in.bit", 0) != 0) std::abort();
-  if (fault == TOUCH && ::utimensat(AT_FDCWD, "in.bit", nullptr, 0) != 0) std::abort();
+  for (const char* input : {"in.bit", "ram.wid", "words.mem"}) {
+    if (fault == TOUCH && ::utimensat(AT_FDCWD, input, nullptr, 0) != 0) std::abort();
+  }
   if (fault == SHORT) c = 1;
   const long refused = name == "openat" ? c & no : 0;
   if (refused != 0) fault = refused == O_CREAT ? EACCES : EOPNOTSUPP;
