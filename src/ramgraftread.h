@@ -27,8 +27,8 @@ struct ReadResult {
 /// lost.
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
 
-/// readWholeFile() that maps a very large regular file into memory instead of copying it, in half
-/// the time (BM_loadSearchWrite). The file must stay as it is while `bytes` is in use; when it is
+/// readWholeFile() that maps a very large regular file into memory instead of copying it, in
+/// two thirds of the time (BM_loadSearchWrite). The file must stay as it is while `bytes` is in use; when it is
 /// cut short nevertheless, the process ends with an ERROR line and exit status 1. A system call
 /// that meets the missing bytes fails with EFAULT instead.
 ReadResult readOrMapWholeFile(const std::string& fileName, ByteBuffer& bytes);
