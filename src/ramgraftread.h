@@ -27,10 +27,10 @@ struct ReadResult {
 /// lost.
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
 
-/// readWholeFile() that maps a very large regular file into memory instead of copying it, in
-/// two thirds of the time (BM_loadSearchWrite). The file must stay as it is while `bytes` is in use; when it is
-/// cut short nevertheless, the process ends with an ERROR line and exit status 1. A system call
-/// that meets the missing bytes fails with EFAULT instead.
+/// readWholeFile() that maps a very large regular file into memory instead of copying it, in two
+/// thirds of the time (BM_loadSearchWrite). The file must stay as it is while `bytes` is in use;
+/// when it is cut short nevertheless, the process ends with an ERROR line and exit status 1. A
+/// system call that meets the missing bytes fails with EFAULT instead.
 ReadResult readOrMapWholeFile(const std::string& fileName, ByteBuffer& bytes);
 
 /// A file that was read: its name, and its status when it was opened.
