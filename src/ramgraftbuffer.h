@@ -1,4 +1,4 @@
-// ByteBuffer: whole files in memory.
+// ByteBuffer: the bytes of a file in memory.
 #ifndef RAMGRAFTBUFFER_H
 #define RAMGRAFTBUFFER_H
 

@@ -35,8 +35,8 @@ FileDescriptor openToRead(const std::string& fileName, ReadResult& result) {
   return file;
 }
 
-// Whether the contents of a file may have changed between two looks at its status.
-bool isOther(const struct stat& before, const struct stat& now) {
+// Whether a file was written to between two looks at its status, as far as that shows.
+bool isRewritten(const struct stat& before, const struct stat& now) {
   return now.st_size != before.st_size || now.st_mtim.tv_sec != before.st_mtim.tv_sec ||
          now.st_mtim.tv_nsec != before.st_mtim.tv_nsec;
 }
@@ -52,7 +52,7 @@ bool readPiece(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result
   if (count < 0 || (count == 0 && ::fstat(file.get(), &now) != 0)) {
     result.outcome = Outcome::CANT_READ;
     result.error = errno;
-  } else if (S_ISREG(now.st_mode) && isOther(result.status, now)) {
+  } else if (S_ISREG(now.st_mode) && isRewritten(result.status, now)) {
     result.outcome = Outcome::CHANGED;  // its end may be that of the new contents
     result.error = EBUSY;
   } else if (count > 0) {
@@ -110,7 +110,7 @@ bool hasChanged(const InputFile& file) {
   const struct stat& before = file.status;
   struct stat now {};
   if (!S_ISREG(before.st_mode) || ::stat(file.name.c_str(), &now) != 0) return false;
-  return identityOf(now) == identityOf(before) && isOther(before, now);
+  return identityOf(now) == identityOf(before) && isRewritten(before, now);
 }
 
 LineReader::LineReader(const std::string& fileName, std::string_view commentCharacters)
