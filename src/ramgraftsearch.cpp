@@ -79,13 +79,13 @@ constexpr std::uint64_t BLOCK_READ_BYTES = BLOCK_BYTES + 4;
 
 // Whether an address section may begin in one of the BLOCK_BYTES bytes; rarely wrong. Passing over
 // data by blocks takes a seventh of the time of a search for the opcode in every word
-// (BM_findAddressSection, BM_findPattern). Wherever in a byte the opcode begins, the three bytes
-// from the second one behind it on are zero, and one of the first two is known but for bits in
-// front of the opcode:
+// (BM_findAddressSection, BM_findPattern). Wherever in a byte the opcode begins, it ends in that
+// byte or the next, and the three bytes behind these two are zero. One of the two is compared as
+// well, without the bits in front of the opcode (dots):
 //
-//   11110110 0.......   F6         ....1111 01100000   60
-//   .1111011 00......   7B         .....111 10110000   B0
-//   ..111101 100.....   3D         ......11 11011000   D8
+//   11110110 00000000   F6         ....1111 01100000   60
+//   .1111011 00000000   7B         .....111 10110000   B0
+//   ..111101 10000000   3D         ......11 11011000   D8
 //   ...11110 11000000   C0         .......1 11101100   EC
 bool blockMayBeginSection(const unsigned char* bytes) {
   static_assert(std::string_view(EBR_ADDRESS_OPCODE) == "11110110" && ADDRESS_ZERO_BITS >= 32);
