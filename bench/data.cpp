@@ -4,9 +4,9 @@
 #include <random>
 #include <utility>
 
-#include "ramgraftassert.h"
-#include "ramgraftbits.h"
-#include "ramgraftformat.h"
+#include "base/assertion.h"
+#include "base/bits.h"
+#include "ebr/format.h"
 
 namespace {
 

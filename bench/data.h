@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "ramgraftbstream.h"
-#include "ramgraftbuffer.h"
+#include "base/bytebuffer.h"
+#include "base/ramgraftbstream.h"
 
 /// How many bits of random bytes are set.
 enum class Fill {

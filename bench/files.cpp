@@ -11,12 +11,12 @@
 #include <system_error>
 #include <utility>
 
+#include "base/assertion.h"
 #include "data.h"
-#include "ramgraftassert.h"
-#include "ramgraftfiles.h"
-#include "ramgraftread.h"
-#include "ramgraftreplace.h"
-#include "ramgraftsearch.h"
+#include "ebr/search.h"
+#include "files/read.h"
+#include "files/replace.h"
+#include "steps/ramgraftfiles.h"
 
 namespace {
 

@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <vector>
 
+#include "base/assertion.h"
 #include "data.h"
-#include "ramgraftassert.h"
-#include "ramgraftcrc.h"
-#include "ramgraftebr.h"
+#include "ebr/crc.h"
+#include "steps/ramgraftebr.h"
 
 namespace {
 

@@ -1,4 +1,6 @@
 // Finding EBR address sections.
+#include "ebr/search.h"
+
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -7,11 +9,10 @@
 #include <random>
 #include <vector>
 
+#include "base/assertion.h"
 #include "data.h"
-#include "ramgraftassert.h"
-#include "ramgraftformat.h"
-#include "ramgraftsearch.h"
-#include "ramgraftsections.h"
+#include "ebr/chain.h"
+#include "ebr/format.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <string_view>
 #include <vector>
 
+#include "base/assertion.h"
 #include "data.h"
-#include "ramgraftassert.h"
-#include "ramgraftcolumns.h"
+#include "ebr/columns.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <sstream>
 
 #include "fixture.h"
-#include "ramgraftfiles.h"
+#include "steps/ramgraftfiles.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string input(reinterpret_cast<const char*>(data), size);

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "fixture.h"
-#include "ramgraftebr.h"
+#include "steps/ramgraftebr.h"
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   if (size < 2) return 0;

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "fixture.h"
-#include "ramgraftebr.h"
-#include "ramgraftfiles.h"
-#include "ramgraftutil.h"
+#include "steps/ramgraftebr.h"
+#include "steps/ramgraftfiles.h"
+#include "steps/ramgraftutil.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // The conversions between bits, bytes, integers and text, at their edges.
 #include <gtest/gtest.h>
 
+#include "ebr/memorywords.h"
 #include "fixture.h"
-#include "ramgraftcontents.h"
-#include "ramgraftutil.h"
+#include "steps/ramgraftutil.h"
 
 namespace {
 

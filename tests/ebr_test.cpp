@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "fixture.h"
-#include "ramgraftebr.h"
+#include "steps/ramgraftebr.h"
 
 namespace {
 

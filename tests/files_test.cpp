@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "fixture.h"
-#include "ramgraftfiles.h"
+#include "steps/ramgraftfiles.h"
 
 namespace {
 

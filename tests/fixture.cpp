@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <fstream>
 
-#include "ramgraft.h"
+#include "run/ramgraft.h"
 
 namespace {
 

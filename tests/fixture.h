@@ -9,8 +9,8 @@
 #include <random>
 #include <string>
 
-#include "ramgraftsections.h"
-#include "ramgrafttraverse.h"
+#include "ebr/chain.h"
+#include "steps/ramgrafttraverse.h"
 
 using Outcome = EbrSectionMap::Outcome;
 

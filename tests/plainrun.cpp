@@ -3,11 +3,11 @@
 // the payload, the CRC, the warnings, and the bits read and written must be.
 #include <algorithm>
 
+#include "console/lines.h"
 #include "fixture.h"
-#include "ramgraftebr.h"
-#include "ramgraftfiles.h"
-#include "ramgraftmessages.h"
-#include "ramgraftutil.h"
+#include "steps/ramgraftebr.h"
+#include "steps/ramgraftfiles.h"
+#include "steps/ramgraftutil.h"
 
 namespace {
 

@@ -1,0 +1,59 @@
+// ByteBuffer: the bytes of a file in memory.
+#ifndef RAMGRAFT_BASE_BYTEBUFFER_H
+#define RAMGRAFT_BASE_BYTEBUFFER_H
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+
+/// A growable run of bytes whose new bytes stay uninitialised, so that a large file is written to
+/// memory once, by the read itself, and growing never holds two copies: the C library moves large
+/// blocks by remapping them. It can also hold a mapped file. Movable, not copyable; a moved-from
+/// buffer is empty.
+class ByteBuffer {
+ public:
+  ByteBuffer() = default;
+  ByteBuffer(ByteBuffer&& other) noexcept;
+  ByteBuffer& operator=(ByteBuffer&& other) noexcept;
+  ByteBuffer(const ByteBuffer&) = delete;
+  ByteBuffer& operator=(const ByteBuffer&) = delete;
+  ~ByteBuffer() = default;
+
+  /// The bytes; null only while nothing was ever reserved. Valid until the buffer grows.
+  unsigned char* data() { return storage.get(); }
+  const unsigned char* data() const { return storage.get(); }
+  /// The same bytes as text.
+  std::string_view text() const;
+  /// Number of bytes held.
+  std::size_t size() const { return length; }
+  /// Number of bytes that can be held without growing.
+  std::size_t capacity() const { return reserved; }
+
+  /// Makes room for at least `bytes` bytes in all. Throws std::bad_alloc, the buffer unchanged.
+  void reserve(std::size_t bytes);
+  /// Replaces the contents by the first `bytes` bytes of an open regular file, mapped into memory
+  /// so that they are not copied; changing them doesn't change the file. False, with the buffer
+  /// emptied, when the system can't do so or the bytes can't all be read.
+  bool map(int descriptor, std::size_t bytes);
+  /// Sets the number of bytes; added bytes are uninitialised. Growing step by step takes amortised
+  /// constant time for each byte. Throws as reserve() does.
+  void resize(std::size_t bytes) {
+    if (bytes > reserved) reserve(bytes > reserved * 2 ? bytes : reserved * 2);
+    length = bytes;
+  }
+  /// Appends one byte. Throws as reserve() does.
+  void push(unsigned char byte);
+
+ private:
+  struct Release {
+    std::size_t mappedBytes;  ///< 0: from the C library's allocator
+
+    void operator()(unsigned char* bytes) const;
+  };
+
+  std::unique_ptr<unsigned char[], Release> storage{nullptr, Release{0}};
+  std::size_t length = 0;
+  std::size_t reserved = 0;
+};
+
+#endif

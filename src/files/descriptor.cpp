@@ -1,0 +1,50 @@
+#include "files/descriptor.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <utility>
+
+FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
+    : number(std::exchange(other.number, -1)) {}
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
+  if (this != &other) {
+    close();
+    number = std::exchange(other.number, -1);
+  }
+  return *this;
+}
+
+int FileDescriptor::close() {
+  if (!isOpen()) return 0;
+  // Linux frees the descriptor also when close reports an error or an interruption.
+  return ::close(std::exchange(number, -1)) == 0 || errno == EINTR ? 0 : errno;
+}
+
+int FileDescriptor::write(const unsigned char* bytes, std::size_t size,
+                          std::size_t& written) const {
+  for (written = 0; written < size;) {
+    const ssize_t count = ::write(number, bytes + written, size - written);
+    if (count == 0) return EIO;  // would go on for ever
+    if (count > 0) {
+      written += static_cast<std::size_t>(count);
+    } else if (errno != EINTR) {
+      return errno;
+    }
+  }
+  return 0;
+}
+
+void prepareStandardDescriptors() {
+  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
+    if (::fcntl(descriptor, F_GETFD) >= 0) continue;
+    // Takes the lowest free number, this one. A folder, because it can't be read or written by the
+    // names of the descriptor, such as /dev/stdin, either: /dev/null would pass for an empty file.
+    static_cast<void>(::open("/", O_PATH | O_DIRECTORY));
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}

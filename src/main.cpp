@@ -1,3 +1,0 @@
-#include "ramgraft.h"
-
-int main(int argc, char* argv[]) { return runRamgraft(argc, argv); }

@@ -1,0 +1,3 @@
+#include "run/ramgraft.h"
+
+int main(int argc, char* argv[]) { return runRamgraft(argc, argv); }
