@@ -27,7 +27,7 @@ TEST(AssertionsDeathTest, NameFileSignatureAndCondition) {
       {"bstream", GET_BYTE, "bitIndex + 7 < getNumBits()", [] { bits.getByte(1); }},
       {"bstream", GET_BYTE, "bitIndex + 7 < getNumBits()", [] { bits.getByte(UINT64_MAX / 8 + 1); }},
       {"bstream", "void Bitstream::overwriteBits(long unsigned int, const unsigned char*, uint64_t)",
-       "bitIndex + numBits <= getNumBits()", [] { bits.overwriteBits(5, nullptr, 8); }},
+       "bitIndex + count <= getNumBits()", [] { bits.overwriteBits(5, nullptr, 8); }},
       {"util", CHECK, "bits.size() == value.size()", [] { checkBitsValue({true}, "10"); }},
       {"util", CHECK, IS_DIGIT, [] { checkBitsValue({true}, "X"); }},
       {"util", CHECK, IS_DIGIT, [] { traverser.findBits("01X", list); }},

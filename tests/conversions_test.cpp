@@ -31,7 +31,7 @@ TEST(Conversions, HexadecimalDigitsBecomeBits) {
       for (int i = 0; i < 256; ++i) {
         place = static_cast<char>(i);
         const bool isGood = hexDigits.find(place) != std::string::npos;
-        ASSERT_EQ(EbrContents(1, 8).appendWord(word), isGood) << word;
+        ASSERT_EQ(MemoryWords(1, 8).appendWord(word), isGood) << word;
       }
       place = before;
     }

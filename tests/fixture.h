@@ -12,7 +12,7 @@
 #include "ebr/chain.h"
 #include "steps/ramgrafttraverse.h"
 
-using Outcome = EbrSectionMap::Outcome;
+using Outcome = SectionChain::Outcome;
 
 /// The contents of a run's three input files. Their names are in.bit, ram.wid and words.mem.
 struct RunFiles {

@@ -82,7 +82,8 @@ bool run(Bitstream& bitstream) {
       binaryStringToHex(found, text);
       binaryStringToHex(right, text += ", should be 0x");
       text += ": the bitstream may be damaged, or the wid file may not fit it";
-      const bool isIncluded = end % 8 == 7;  // a bit of the field itself
+      // A bit of the field itself.
+      const bool isIncluded = end % 8 == 7 && end + 1 >= static_cast<std::size_t>(numBits) + 96;
       if (found != right && found != digits(0, 16) && !isIncluded)
         printWarning("wid ", wids[i], text);
       text = " words of 8 bits, the EBR takes " + std::to_string(capacity);

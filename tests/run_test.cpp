@@ -26,12 +26,12 @@ TEST(Run, PrintsWhatItDoes) {
        "STATUS: Successfully wrote out.bit\n0"},
       {"TEST TEST TEST", usage},
       {"a b c d e", usage},
-      {"TEST TEST x.mem no.out", loading + "ERROR: Can't open file TEST\n1"},
-      {"TEST test TEST no.out", loading + "ERROR: Can't open file test\n1"},
-      {"test TEST TEST no.out", loading + "ERROR: Can't open file TEST\n1"},
-      {"no.bit no.wid no.mem no.out", loading + "ERROR: Can't open file no.wid\n1"},
-      {"no.bit ram.wid no.mem no.out", loading + "ERROR: Can't open file no.mem\n1"},
-      {"no.bit ram.wid words.mem no.out", loading + "ERROR: can't open file no.bit\n1"},
+      {"TEST TEST x.mem no.out", loading + "ERROR: Can't open file TEST\nTEST: No such file or directory\n1"},
+      {"TEST test TEST no.out", loading + "ERROR: Can't open file test\ntest: No such file or directory\n1"},
+      {"test TEST TEST no.out", loading + "ERROR: Can't open file TEST\nTEST: No such file or directory\n1"},
+      {"no.bit no.wid no.mem no.out", loading + "ERROR: Can't open file no.wid\nno.wid: No such file or directory\n1"},
+      {"no.bit ram.wid no.mem no.out", loading + "ERROR: Can't open file no.mem\nno.mem: No such file or directory\n1"},
+      {"no.bit ram.wid words.mem no.out", loading + "ERROR: can't open file no.bit\nno.bit: No such file or directory\n1"},
       {". ram.wid words.mem no.out", loading + "ERROR: can't read file .: Is a directory\n1"},
       {"TEST TEST TEST x", "test_findBits()\ntest_expectBits()\ntest_checkBitsValue()\n"
        "test_intToBinaryString()\ntest_binaryStringToInt()\ntest_findEbrAddressSection()\n"
@@ -85,8 +85,8 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
        "EBRs share out (the first 16, the EBRs 8), which can spread words over the wrong EBRs"},
       {MEM, "123\n123456", "WARNING: words.mem, line 1: 2 of 2 memory words have another number of bits than the "
        "EBRs share out (the first 16, the EBRs 8), which can spread words over the wrong EBRs"},
-      {MEM, "#\n" + std::string(16002, 'A') + "\n12", "ERROR: words.mem, line 2: from here on an EBR gets more than "
-       "the 65536 bits of its physical line, in all 80017, which is no multiple of 8"},
+      {MEM, "#\n" + std::string(16002, 'A') + "\n12", "ERROR: words.mem, line 2: from here on a physical line has more "
+       "than 65536 bits, in all 80017, which is no multiple of 8"},
       {MEM, std::string(13122, 'A'), "STATUS: Successfully wrote out.bit"},  // 65608 bits
       {BIT, SMALLEST.bit.substr(0, 5), "ERROR: ran off end of bit file looking for wid 000000101"},
       {BIT, SMALLEST.bit.substr(0, 9),

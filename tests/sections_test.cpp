@@ -1,11 +1,12 @@
 // Remembered sections against a search that starts afresh, whatever was overwritten in between.
 #include <gtest/gtest.h>
 
+#include "ebr/format.h"
 #include "fixture.h"
 
 namespace {
 
-TEST(EbrSectionMap, FindsWhatAFreshSearchFinds) {
+TEST(SectionChain, FindsWhatAFreshSearchFinds) {
   for (std::uint64_t seed = 0; seed < 4000; ++seed) {
     std::mt19937_64 random(seed);
     const std::size_t width = random() % 60;
@@ -19,7 +20,7 @@ TEST(EbrSectionMap, FindsWhatAFreshSearchFinds) {
     };
     Bitstream bitstream(0);
     for (std::uint64_t n = random() % 24; n > 0; --n) pushDigits(bitstream, piece());
-    EbrSectionMap sections(bitstream, wids);
+    SectionChain sections(bitstream, wids);
     for (int step = 0; step < 12; ++step) {
       const std::string& wid = wids[random() % 3];
       BitstreamTraverser traverser(&bitstream);
@@ -28,7 +29,7 @@ TEST(EbrSectionMap, FindsWhatAFreshSearchFinds) {
       const Outcome outcome = findAfresh(traverser, wid, width, newBits, restart);
       ASSERT_EQ(sections.find(wid, index), outcome) << seed << " " << digitsOf(bitstream);
       if (outcome == Outcome::FOUND) {
-        ASSERT_EQ(index + width, traverser.getBitIndex()) << seed;
+        ASSERT_EQ(index + IDENTIFIER_OFFSET + width, traverser.getBitIndex()) << seed;
       }
       const std::size_t begin = random() % (bitstream.getNumBits() + 1);
       const std::string change = piece().substr(0, bitstream.getNumBits() - begin);

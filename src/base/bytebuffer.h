@@ -3,13 +3,14 @@
 #define RAMGRAFT_BASE_BYTEBUFFER_H
 
 #include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 
-/// A growable run of bytes whose new bytes stay uninitialised, so that a large file is written to
-/// memory once, by the read itself, and growing never holds two copies: the C library moves large
-/// blocks by remapping them. It can also hold a mapped file. Movable, not copyable; a moved-from
-/// buffer is empty.
+/// A growable run of bytes whose new bytes stay uninitialised, so that reading a large file writes
+/// its memory only once. Growing never holds two copies of a large buffer, because the C library
+/// remaps large blocks instead of copying them. Movable, not copyable; a moved-from buffer is
+/// empty.
 class ByteBuffer {
  public:
   ByteBuffer() = default;
@@ -19,7 +20,7 @@ class ByteBuffer {
   ByteBuffer& operator=(const ByteBuffer&) = delete;
   ~ByteBuffer() = default;
 
-  /// The bytes; null only while nothing was ever reserved. Valid until the buffer grows.
+  /// The bytes; null until something is reserved. Valid until the buffer grows.
   unsigned char* data() { return storage.get(); }
   const unsigned char* data() const { return storage.get(); }
   /// The same bytes as text.
@@ -31,10 +32,6 @@ class ByteBuffer {
 
   /// Makes room for at least `bytes` bytes in all. Throws std::bad_alloc, the buffer unchanged.
   void reserve(std::size_t bytes);
-  /// Replaces the contents by the first `bytes` bytes of an open regular file, mapped into memory
-  /// so that they are not copied; changing them doesn't change the file. False, with the buffer
-  /// emptied, when the system can't do so or the bytes can't all be read.
-  bool map(int descriptor, std::size_t bytes);
   /// Sets the number of bytes; added bytes are uninitialised. Growing step by step takes amortised
   /// constant time for each byte. Throws as reserve() does.
   void resize(std::size_t bytes) {
@@ -45,13 +42,11 @@ class ByteBuffer {
   void push(unsigned char byte);
 
  private:
-  struct Release {
-    std::size_t mappedBytes;  ///< 0: from the C library's allocator
-
-    void operator()(unsigned char* bytes) const;
+  struct Free {
+    void operator()(unsigned char* bytes) const { std::free(bytes); }
   };
 
-  std::unique_ptr<unsigned char[], Release> storage{nullptr, Release{0}};
+  std::unique_ptr<unsigned char[], Free> storage;
   std::size_t length = 0;
   std::size_t reserved = 0;
 };

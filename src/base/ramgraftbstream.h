@@ -5,12 +5,12 @@
 #include <cstdint>
 #include <string>
 
-#include "base/bits.h"
+#include "base/bytebuffer.h"
 
 /// The bits of a configuration bitstream in file order, addressed by a bit index from 0. Bit 8k is
-/// the most significant bit of file byte k. It knows nothing of commands or framing and has no
-/// cursor. The size only grows; overwriting leaves it as it is. A broken precondition is an
-/// assertion that aborts the process.
+/// the most significant bit of file byte k. The class knows nothing of the format and has no
+/// cursor. The size only grows; overwriting keeps it. A broken precondition is an assertion that
+/// aborts the process.
 class Bitstream {
  public:
   /// An empty stream with storage reserved for `reservedBits` bits.
@@ -22,11 +22,12 @@ class Bitstream {
   ~Bitstream() = default;
 
   /// Number of bits held.
-  unsigned long getNumBits() const { return bits.size(); }
+  unsigned long getNumBits() const { return numBits; }
   /// Number of whole bytes held; a trailing part of a byte does not count.
-  unsigned long getNumBytes() const { return bits.size() / 8; }
-  /// Whether the number of bits is a multiple of 8. An empty stream is byte aligned.
-  bool isByteAligned() const { return bits.size() % 8 == 0; }
+  unsigned long getNumBytes() const { return numBits / 8; }
+  /// True when the number of bits is a multiple of 8, as it is for an empty stream. Only such a
+  /// stream is the contents of a file.
+  bool isByteAligned() const { return numBits % 8 == 0; }
 
   /// Bit `bitIndex`, which must be below getNumBits().
   bool getBit(unsigned long bitIndex) const;
@@ -39,23 +40,26 @@ class Bitstream {
   /// Appends the 8 bits of `value`, most significant bit first.
   void pushByte(unsigned char value);
 
-  /// Appends `bytes`, each most significant bit first; an empty stream takes their storage over
+  /// Appends `added`, each byte most significant bit first. An empty stream takes the storage over
   /// instead of copying it.
-  void pushBytes(ByteBuffer&& bytes);
+  void pushBytes(ByteBuffer&& added);
   /// The stream's bytes, first bit most significant; a last, partial byte is padded with 0 bits.
   /// Owned by the stream, valid until it grows.
-  const unsigned char* getBytes() const { return bits.data(); }
-  /// The 64 bits from `bitIndex` on, first bit most significant, bits past the end being 0.
+  const unsigned char* getBytes() const { return bytes.data(); }
+  /// The 64 bits from `bitIndex` on, first bit most significant; bits past the end read as 0.
   /// `bitIndex` must be at most getNumBits().
   std::uint64_t getWindow(unsigned long bitIndex) const;
   /// Appends the bits [`begin`, `end`), which must lie below getNumBits(), to `text` as digits.
   void appendDigits(unsigned long begin, unsigned long end, std::string& text) const;
-  /// Overwrites `numBits` bits from `bitIndex` on with those of `bytes`, first bit most
-  /// significant. They must all lie below getNumBits().
-  void overwriteBits(unsigned long bitIndex, const unsigned char* bytes, std::uint64_t numBits);
+  /// Overwrites `count` bits from `bitIndex` on with the first `count` bits of `from`, most
+  /// significant bit of a byte first. All of them must lie below getNumBits().
+  void overwriteBits(unsigned long bitIndex, const unsigned char* from, std::uint64_t count);
 
  private:
-  PackedBits bits;
+  void setBit(std::uint64_t bitIndex, bool value);
+
+  ByteBuffer bytes;  ///< ceil(numBits / 8) bytes; the bits after the last one are 0
+  std::uint64_t numBits = 0;
 };
 
 #endif

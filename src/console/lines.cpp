@@ -1,29 +1,76 @@
 #include "console/lines.h"
 
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
+#include <span>
 
 namespace {
 
-// One write for the whole line: another process's line can't stand in the middle of it.
-bool writeLine(std::FILE* stream, std::initializer_list<std::string_view> pieces) {
-  std::string line;
-  for (const std::string_view piece : pieces) line += piece;
-  line += '\n';
-  const bool written = std::fwrite(line.data(), 1, line.size(), stream) == line.size();
-  return std::fflush(stream) == 0 && written;
+constexpr std::size_t MOST_PIECES = 24;
+
+// Removes the first `count` bytes of what is still to be written.
+std::span<iovec> dropWritten(std::span<iovec> left, std::size_t count) {
+  while (!left.empty() && count >= left.front().iov_len) {
+    count -= left.front().iov_len;
+    left = left.subspan(1);
+  }
+  if (!left.empty()) {
+    left.front().iov_base = static_cast<char*>(left.front().iov_base) + count;
+    left.front().iov_len -= count;
+  }
+  return left;
+}
+
+// One system call for the whole line, so that no other process's line comes into its middle; more
+// only where the system takes a part. False with errno set when the line could not be written.
+bool writeLine(int descriptor, std::initializer_list<std::string_view> pieces) {
+  std::array<iovec, MOST_PIECES + 1> line;
+  std::size_t count = 0;
+  for (const std::string_view piece : pieces) {
+    if (count < MOST_PIECES) line[count++] = {const_cast<char*>(piece.data()), piece.size()};
+  }
+  line[count++] = {const_cast<char*>("\n"), 1};
+  std::span<iovec> left = std::span(line).first(count);
+  while (!left.empty()) {
+    const ssize_t written = ::writev(descriptor, left.data(), static_cast<int>(left.size()));
+    if (written > 0) {
+      left = dropWritten(left, static_cast<std::size_t>(written));
+    } else if (written == 0 || errno != EINTR) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace
 
 void printPieces(std::initializer_list<std::string_view> pieces) {
-  static bool isLossTold = false;
-  if (writeLine(stdout, pieces) || isLossTold) return;
-  isLossTold = true;
+  static bool isLossReported = false;
+  if (writeLine(STDOUT_FILENO, pieces) || isLossReported) return;
+  isLossReported = true;
   printWarning("can't write to standard output: ", std::strerror(errno));
 }
 
 void printDiagnosticPieces(std::initializer_list<std::string_view> pieces) {
-  static_cast<void>(writeLine(stderr, pieces));
+  static_cast<void>(writeLine(STDERR_FILENO, pieces));
+}
+
+std::string excerptOf(std::string_view text) {
+  constexpr std::size_t MOST_CHARACTERS = 60;
+  constexpr std::string_view DIGITS = "0123456789ABCDEF";
+  std::string excerpt;
+  for (const char character : text.substr(0, MOST_CHARACTERS)) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (byte >= ' ' && byte <= '~') {
+      excerpt += character;
+    } else {
+      excerpt += {'\\', 'x', DIGITS[byte >> 4], DIGITS[byte & 0xF]};
+    }
+  }
+  if (text.size() > MOST_CHARACTERS) excerpt += "...";
+  return excerpt;
 }

@@ -1,5 +1,5 @@
-// The lines that a run prints: progress and errors on standard output, warnings and the system's
-// reasons on standard error.
+// The lines that a program prints: results and progress on standard output, warnings and the
+// system's reasons on standard error.
 #ifndef RAMGRAFT_CONSOLE_LINES_H
 #define RAMGRAFT_CONSOLE_LINES_H
 
@@ -7,12 +7,13 @@
 #include <string>
 #include <string_view>
 
-/// Prints the pieces as one whole line on standard output and flushes it. When standard output
-/// can't be written (a full disk, a closed pipe) the run goes on, since the output file matters
-/// more than the report; the first such loss is told by a WARNING line on standard error.
+/// Prints the pieces, at most 24, as one whole line on standard output. When standard output can't
+/// be written (a full disk, a closed pipe) the run goes on, since the output file matters more than
+/// the report; a WARNING line on standard error reports the first such loss. Needs no memory.
 void printPieces(std::initializer_list<std::string_view> pieces);
 
-/// Prints the pieces as one whole line on standard error. Losing it is not an error.
+/// Prints the pieces, at most 24, as one whole line on standard error. Losing it is not an error.
+/// Needs no memory.
 void printDiagnosticPieces(std::initializer_list<std::string_view> pieces);
 
 /// printPieces() for pieces of any kind that converts to text.
@@ -21,11 +22,21 @@ void printLine(const Pieces&... pieces) {
   printPieces({std::string_view(pieces)...});
 }
 
+/// printDiagnosticPieces() for pieces of any kind that converts to text.
+template <typename... Pieces>
+void printDiagnostic(const Pieces&... pieces) {
+  printDiagnosticPieces({std::string_view(pieces)...});
+}
+
 /// Prints "WARNING: " and the pieces as one line on standard error: something that the user should
 /// look at, but that doesn't change what the run does.
 template <typename... Pieces>
 void printWarning(const Pieces&... pieces) {
-  printDiagnosticPieces({"WARNING: ", std::string_view(pieces)...});
+  printDiagnostic("WARNING: ", pieces...);
 }
+
+/// Text from a file, fit for a terminal: its first 60 characters, those that aren't printable ASCII
+/// as "\xNN", and "..." if there are more.
+std::string excerptOf(std::string_view text);
 
 #endif

@@ -1,23 +1,24 @@
 // What makes remembering exact:
 //
-// Searches after a run's first one start 100 bits before the identifier of the run's first section.
-// No payload lies before that section, so it stays the first one and all searches follow the same
-// chain.
+// The plain procedure restarts each search 100 bits before the first section's identifier. No
+// payload precedes that section, so this visits the same sections as starting at bit 0, and all
+// searches follow the same chain.
 //
-// A section is there or not because of its own ADDRESS_SECTION_BITS bits alone. Overwriting
-// [begin, end) can therefore only make or break sections that begin in
-// (begin - ADDRESS_SECTION_BITS, end). A section made or broken there moves the point from which
-// the next one is looked for, which can let the chain step onto sections that used to lie inside an
+// Whether a section begins at a bit depends on the IDENTIFIER_OFFSET bits from there on alone.
+// Overwriting [begin, end) can therefore only make or break sections that begin in
+// (begin - IDENTIFIER_OFFSET, end). A section made or broken there moves the point from which the
+// next one is looked for, which can let the chain step onto sections that used to lie inside an
 // identifier, and so on, until the new chain meets a section of the old one: from there on the two
-// are the same. Stretches between two neighbours of the old chain, from the end of one's identifier
-// to the start of the next, are known to hold no section and are not searched again.
+// are the same. Between two neighbours of the old chain, from the end of one's identifier to the
+// start of the next, there is no section, so these stretches are not searched again.
 #include "ebr/chain.h"
 
 #include <algorithm>
 
+#include "base/digits.h"
 #include "ebr/format.h"
 #include "ebr/search.h"
-#include "steps/ramgraftutil.h"
+#include "ebr/section.h"
 
 namespace {
 
@@ -27,49 +28,51 @@ std::uint64_t subtractToZero(std::uint64_t from, std::uint64_t amount) {
 
 }  // namespace
 
-EbrSectionMap::EbrSectionMap(const Bitstream& stream, const std::vector<std::string>& wids)
-    : bitstream(stream), widLength(wids.front().size()) {
+std::vector<std::uint64_t> walkChain(const Bitstream& bitstream, std::uint64_t identifierBits) {
+  std::vector<std::uint64_t> sections;
+  std::uint64_t section = findAddressSection(bitstream, 0, NOT_FOUND);
+  while (section != NOT_FOUND) {
+    sections.push_back(section);
+    const std::uint64_t end = endOfSection(bitstream, section, identifierBits);
+    section = findAddressSection(bitstream, end, NOT_FOUND);
+  }
+  return sections;
+}
+
+SectionChain::SectionChain(const Bitstream& stream, const std::vector<std::string>& wids)
+    : bitstream(stream), identifierBits(wids.front().size()) {
   for (const std::string& wid : wids) firstCandidates.emplace(wid, NOT_FOUND);
 }
 
-// A section whose zero bits are cut short by the end of the stream has its identifier there.
-std::uint64_t EbrSectionMap::identifierOf(std::uint64_t section) const {
-  return std::min<std::uint64_t>(section + ADDRESS_SECTION_BITS, bitstream.getNumBits());
+std::uint64_t SectionChain::endOf(std::uint64_t section) const {
+  return endOfSection(bitstream, section, identifierBits);
 }
 
-// Where the search for the next section goes on.
-std::uint64_t EbrSectionMap::endOf(std::uint64_t section) const {
-  if (!hasIdentifier(section)) return bitstream.getNumBits();
-  return identifierOf(section) + widLength;
+bool SectionChain::isComplete(std::uint64_t section) const {
+  return hasIdentifier(bitstream, section, identifierBits);
 }
 
-// At least one bit must follow the identifier, and two the opcode's zeros.
-bool EbrSectionMap::hasIdentifier(std::uint64_t section) const {
-  return bitstream.getNumBits() - identifierOf(section) > std::max<std::uint64_t>(widLength, 1);
-}
-
-bool EbrSectionMap::carries(std::uint64_t section, const std::string& wid) const {
-  if (wid.size() != widLength) return false;
-  const std::uint64_t identifier = identifierOf(section);
-  for (std::uint64_t i = 0; i < widLength; ++i) {
-    if (bitToChar(bitstream.getBit(identifier + i)) != wid[i]) return false;
+bool SectionChain::carries(std::uint64_t section, const std::string& wid) const {
+  if (wid.size() != identifierBits || !isComplete(section)) return false;
+  const std::uint64_t identifier = identifierIndexOf(bitstream, section);
+  for (std::uint64_t i = 0; i < identifierBits; ++i) {
+    if (binaryDigit(bitstream.getBit(identifier + i)) != wid[i]) return false;
   }
   return true;
 }
 
-EbrSectionMap::Outcome EbrSectionMap::find(const std::string& wid, std::uint64_t& identifierIndex) {
+SectionChain::Outcome SectionChain::find(const std::string& wid, std::uint64_t& section) {
   std::uint64_t& candidate = firstCandidates.at(wid);
-  const auto isFound = [&](std::uint64_t section) {
-    if (!hasIdentifier(section) || !carries(section, wid)) return false;
-    candidate = section;
-    identifierIndex = identifierOf(section);
+  const auto isFound = [&](std::uint64_t known) {
+    if (!carries(known, wid)) return false;
+    section = candidate = known;
     return true;
   };
   const auto known =
       std::find_if(std::lower_bound(chain.begin(), chain.end(), candidate), chain.end(), isFound);
   if (known != chain.end()) return Outcome::FOUND;
   candidate = NOT_FOUND;
-  while (chain.empty() || hasIdentifier(chain.back())) {
+  while (chain.empty() || isComplete(chain.back())) {
     if (!follow()) return Outcome::NO_SECTION;
     if (isFound(chain.back())) return Outcome::FOUND;
   }
@@ -77,7 +80,7 @@ EbrSectionMap::Outcome EbrSectionMap::find(const std::string& wid, std::uint64_t
 }
 
 // Appends the chain's next section. False when the stream holds no more.
-bool EbrSectionMap::follow() {
+bool SectionChain::follow() {
   const std::uint64_t section = findAddressSection(bitstream, searched, NOT_FOUND);
   if (section == NOT_FOUND) {
     searched = bitstream.getNumBits();
@@ -90,17 +93,17 @@ bool EbrSectionMap::follow() {
 }
 
 // Lowers the first candidate of the wid that `section` carries, if it carries one.
-void EbrSectionMap::noteCandidate(std::uint64_t section) {
-  if (!hasIdentifier(section)) return;
+void SectionChain::noteCandidate(std::uint64_t section) {
+  if (!isComplete(section)) return;
   std::string identifier;
-  bitstream.appendDigits(identifierOf(section), endOf(section), identifier);
+  bitstream.appendDigits(identifierIndexOf(bitstream, section), endOf(section), identifier);
   const auto candidate = firstCandidates.find(identifier);
   if (candidate == firstCandidates.end()) return;
   candidate->second = std::min(candidate->second, section);
 }
 
-void EbrSectionMap::bitsChanged(std::uint64_t begin, std::uint64_t end) {
-  const std::uint64_t firstTouched = subtractToZero(begin, ADDRESS_SECTION_BITS - 1);
+void SectionChain::bitsChanged(std::uint64_t begin, std::uint64_t end) {
+  const std::uint64_t firstTouched = subtractToZero(begin, IDENTIFIER_OFFSET - 1);
   if (firstTouched >= searched) return;  // will be seen when the chain gets there
 
   // Sections that end before the change stay. The chain is followed anew from the last of them.
@@ -109,7 +112,7 @@ void EbrSectionMap::bitsChanged(std::uint64_t begin, std::uint64_t end) {
   std::uint64_t cursor = first == chain.begin() ? 0 : endOf(*(first - 1));
   cursor = std::max(cursor, std::min(firstTouched, first == chain.end() ? NOT_FOUND : *first));
 
-  Chain found;
+  Sections found;
   auto old = first;                                    // next section of the old chain
   std::uint64_t unknownEnd = std::min(end, searched);  // sections before this must be looked for
   for (;;) {
@@ -127,7 +130,8 @@ void EbrSectionMap::bitsChanged(std::uint64_t begin, std::uint64_t end) {
 }
 
 // Puts `found` in the place of the chain's sections [first, last).
-void EbrSectionMap::replace(Chain::iterator first, Chain::iterator last, const Chain& found) {
+void SectionChain::replace(Sections::iterator first, Sections::iterator last,
+                           const Sections& found) {
   if (std::equal(first, last, found.begin(), found.end())) return;
   chain.insert(chain.erase(first, last), found.begin(), found.end());
 }

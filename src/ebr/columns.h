@@ -1,26 +1,25 @@
-// EbrColumns: what each EBR receives of the memory words, and its text form, the physical line.
+// EbrColumns: the bits of the memory words that each EBR receives.
 #ifndef RAMGRAFT_EBR_COLUMNS_H
 #define RAMGRAFT_EBR_COLUMNS_H
 
 #include <cstdint>
 #include <span>
-#include <string>
 #include <vector>
 
 #include "ebr/memorywords.h"
 
-/// Gathers the columns of EbrContents, which must outlive it and stay unchanged. Columns of
-/// neighbouring EBRs stand in the same bytes of each memory word and are gathered together, so it
-/// is fast for EBRs in ascending order.
+/// Gathers the columns of MemoryWords, which must outlive it and stay unchanged. Columns of
+/// neighbouring EBRs share bytes of each memory word and are gathered together, so asking for EBRs
+/// in ascending order is fast.
 class EbrColumns {
  public:
-  explicit EbrColumns(const EbrContents& words) : contents(words) {}
+  explicit EbrColumns(const MemoryWords& memoryWords) : words(memoryWords) {}
 
-  const EbrContents& getContents() const { return contents; }
+  const MemoryWords& getMemoryWords() const { return words; }
 
-  /// The column of EBR number `ebr` as bytes: its first data bit is the least significant one of
-  /// the first byte, so that byte j is what payload word j holds. Behind the column's end 0 bits
-  /// fill up the last frame of eight bytes. Valid until the next call.
+  /// The column of EBR number `ebr` as bytes, its first data bit the least significant one of the
+  /// first byte: byte j is the contents of payload word j. 0 bits after the column's end fill up
+  /// the last frame of eight bytes. Valid until the next call.
   std::span<const unsigned char> get(std::uint64_t ebr);
 
  private:
@@ -28,22 +27,10 @@ class EbrColumns {
   std::uint64_t gatherTiles();
   unsigned char* columnOf(std::uint64_t ebr);
 
-  const EbrContents& contents;
+  const MemoryWords& words;
   std::uint64_t begin = 0, end = 0;  ///< numbers of the EBRs whose columns `bytes` holds
   std::uint64_t stride = 0;          ///< bytes from one column to the next
   std::vector<unsigned char> bytes;
 };
-
-/// Characters of the physical column that holds `dataBits` data bits, before it is padded: blocks
-/// of 20 characters carry 16 data bits, and nothing stands behind the last data bit.
-std::uint64_t columnLength(std::uint64_t dataBits);
-
-/// Payload words that the physical line of a column with `dataBits` data bits fills: two for each
-/// whole block of the padded column.
-std::uint64_t physicalLineWords(std::uint64_t dataBits);
-
-/// The physical line of EBR number `ebr`: its padded column, last character first, as hexadecimal
-/// text. A column longer than COLUMN_LENGTH must have a multiple of 8 characters.
-std::string makePhysicalLine(EbrColumns& columns, std::uint64_t ebr);
 
 #endif

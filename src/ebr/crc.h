@@ -1,4 +1,4 @@
-// The CRC at the end of an EBR's commands.
+// The CRC-16 at the end of an EBR's command, of bytes in memory.
 #ifndef RAMGRAFT_EBR_CRC_H
 #define RAMGRAFT_EBR_CRC_H
 
@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-/// What BIT_REVERSE_TABLE holds.
+/// The value of BIT_REVERSE_TABLE.
 constexpr std::array<unsigned char, 256> makeBitReverseTable() {
   std::array<unsigned char, 256> table{};
   for (unsigned i = 0; i < table.size(); ++i) {
@@ -20,7 +20,7 @@ constexpr std::array<unsigned char, 256> makeBitReverseTable() {
 /// Entry i is the byte i with its eight bits in reverse order.
 inline constexpr std::array<unsigned char, 256> BIT_REVERSE_TABLE = makeBitReverseTable();
 
-/// Entry n is what the four bits n become when the reflected polynomial divides them.
+/// Entry n is the remainder of the four bits n in a division by the reflected polynomial.
 inline constexpr std::array<std::uint16_t, 16> CRC16_NIBBLE_TABLE = {
     0x0000, 0xCC01, 0xD801, 0x1400, 0xF001, 0x3C00, 0x2800, 0xE401,
     0xA001, 0x6C00, 0x7800, 0xB401, 0x5000, 0x9C01, 0x8801, 0x4400};
@@ -29,8 +29,8 @@ inline constexpr std::array<std::uint16_t, 16> CRC16_NIBBLE_TABLE = {
 unsigned char reverseByteBits(unsigned char value);
 
 /// The CRC-16/UMTS (polynomial 0x8005, initial value 0, nothing reflected, no final XOR; check
-/// value 0xFEE8 for "123456789") of `size` bytes, which `bytes` points to. `crc` is the CRC of what
-/// stands before them, so that a range can be checked in pieces.
+/// value 0xFEE8 for "123456789") of `size` bytes at `bytes`. `crc` is the CRC of the bytes before
+/// them, so that a range can be computed in pieces.
 std::uint16_t crc16(const unsigned char* bytes, std::size_t size, std::uint16_t crc = 0);
 
 #endif

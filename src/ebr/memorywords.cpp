@@ -6,22 +6,22 @@
 #include <cstring>
 
 #include "base/assertion.h"
+#include "base/digits.h"
 #include "ebr/crc.h"
-#include "steps/ramgraftutil.h"
 
 namespace {
 
 // ---- Hexadecimal digits to bytes ----
 //
-// The bits of every byte are reversed, because the words are kept first bit lowest: the first digit
-// makes the byte's low half.
+// The bits of every byte are reversed, because the row keeps the first bit least significant: the
+// first digit makes the low half of the byte.
 
 // Sixteen characters, which GCC and Clang turn into the vector instructions of any processor.
 using Characters = unsigned char __attribute__((vector_size(16)));
 // The same as lanes of two bytes, which processors can shift; no bit leaves its byte below.
 using BytePairs = std::uint16_t __attribute__((vector_size(16)));
 
-// What the digits stand for. Marks in `bad` the places of characters that are no digits.
+// The values of 16 digits. Sets the bytes of `bad` in whose place there is no digit.
 Characters digitValues(const char* digits, Characters& bad) {
   Characters characters;
   std::memcpy(&characters, digits, sizeof characters);
@@ -31,8 +31,8 @@ Characters digitValues(const char* digits, Characters& bad) {
   return (characters & 0x0F) + (isLetter & 9);  // the low half of 'a' and of 'A' is 1
 }
 
-// Converts 32 digits at a time, a multiple of which `digits` are: four times as fast as one after
-// the other (BM_appendWord). False when one of them is not hexadecimal.
+// Converts 32 digits at a time, four times as fast as pair by pair (BM_appendWord). The number of
+// digits is a multiple of 32. False if one of them is not hexadecimal.
 constexpr std::size_t BLOCK = 2 * sizeof(Characters);
 bool convertBlocks(std::string_view digits, unsigned char* target) {
   Characters bad{};
@@ -44,7 +44,7 @@ bool convertBlocks(std::string_view digits, unsigned char* target) {
     const auto second = std::bit_cast<BytePairs>(
         __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31));
     BytePairs bytes = first | second << 4;
-    bytes = (bytes >> 2 & 0x3333) | (bytes & 0x3333) << 2;  // turns the bits of each half round
+    bytes = (bytes >> 2 & 0x3333) | (bytes & 0x3333) << 2;  // reverses the bits of each half
     bytes = (bytes >> 1 & 0x5555) | (bytes & 0x5555) << 1;
     std::memcpy(target, &bytes, sizeof bytes);
   }
@@ -53,8 +53,8 @@ bool convertBlocks(std::string_view digits, unsigned char* target) {
   return (halves[0] | halves[1]) == 0;
 }
 
-// What a digit adds to its byte. 16 bits wide, so that one OR over a word's entries tells whether
-// all of its characters are digits: a branch for every digit would be guessed wrong too often.
+// What a digit adds to its byte. 16 bits wide, so that one OR over a word's entries shows whether
+// all its characters are digits: a branch for every digit would be mispredicted too often.
 constexpr std::uint16_t NOT_A_DIGIT = 0x100;
 using DigitTable = std::array<std::uint16_t, 256>;
 
@@ -71,7 +71,8 @@ constexpr DigitTable makeDigitTable(unsigned shift) {
 constexpr DigitTable FIRST_DIGITS = makeDigitTable(0);
 constexpr DigitTable SECOND_DIGITS = makeDigitTable(4);
 
-// Converts digits pair by pair, an odd number of them as if a '0' stood in front.
+// Converts digits pair by pair, an odd number of them as if a '0' came first. False if one of them
+// is not hexadecimal.
 bool convertPairs(std::string_view text, unsigned char* target) {
   const auto* digits = reinterpret_cast<const unsigned char*>(text.data());
   const unsigned char* const end = digits + text.size();
@@ -90,34 +91,34 @@ bool convertPairs(std::string_view text, unsigned char* target) {
 
 }  // namespace
 
-EbrContents::EbrContents(std::uint64_t ebrs, std::uint64_t bitsEach)
+MemoryWords::MemoryWords(std::uint64_t ebrs, std::uint64_t bitsEach)
     : numEbrs(ebrs), bitsPerEbr(bitsEach) {
-  assertThat(ebrs >= 1 && bitsEach >= 1, "EbrContents::EbrContents(uint64_t, uint64_t)",
+  assertThat(ebrs >= 1 && bitsEach >= 1, "MemoryWords::MemoryWords(uint64_t, uint64_t)",
              "numEbrs >= 1 && bitsPerEbr >= 1");
 }
 
-void EbrContents::reserve(std::uint64_t wordBytes) { bytes.reserve(wordBytes); }
+void MemoryWords::reserve(std::uint64_t wordBytes) { bytes.reserve(wordBytes); }
 
 // Appends `numBytes` bytes, whose contents are the caller's to set.
-unsigned char* EbrContents::grow(std::size_t numBytes) {
+unsigned char* MemoryWords::grow(std::size_t numBytes) {
   const std::size_t end = bytes.size();
   bytes.resize(end + numBytes);
   return bytes.data() + end;
 }
 
-bool EbrContents::appendWord(std::string_view word) {
+bool MemoryWords::appendWord(std::string_view word) {
   unsigned char* target = grow((word.size() + 1) / 2);
   const std::string_view start = word.substr(0, word.size() % BLOCK);
   return convertPairs(start, target) &&
          convertBlocks(word.substr(start.size()), target + (start.size() + 1) / 2);
 }
 
-void EbrContents::appendBytes(const std::vector<unsigned char>& wordBytes) {
+void MemoryWords::appendBytes(const std::vector<unsigned char>& wordBytes) {
   unsigned char* target = grow(wordBytes.size());
   for (const unsigned char byte : wordBytes) *target++ = reverseByteBits(byte);
 }
 
-std::uint64_t EbrContents::getColumnBits(std::uint64_t ebr) const {
+std::uint64_t MemoryWords::getColumnBits(std::uint64_t ebr) const {
   const std::uint64_t numGroups = bytes.size() * 8 / bitsPerEbr;
   const std::uint64_t inLastRound = getTurn(ebr) < numGroups % numEbrs ? 1 : 0;
   return (numGroups / numEbrs + inLastRound) * bitsPerEbr;

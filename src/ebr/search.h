@@ -1,21 +1,13 @@
-// Searches for bit patterns at any bit position of a stream.
+// The search for EBR address sections at any bit position of a stream.
 #ifndef RAMGRAFT_EBR_SEARCH_H
 #define RAMGRAFT_EBR_SEARCH_H
 
 #include <cstdint>
-#include <string>
 
 #include "base/ramgraftbstream.h"
 
 /// What a search returns when it finds nothing.
 inline constexpr std::uint64_t NOT_FOUND = UINT64_MAX;
-
-/// The first bit index at or after `from` at which the whole of `pattern`, a binary-digit string of
-/// any length, stands in the stream; NOT_FOUND when there is none. An empty pattern stands at every
-/// bit. A character other than '0' and '1' fails checkBitsValue()'s assertion when a comparison
-/// reaches it.
-std::uint64_t findPattern(const Bitstream& bitstream, const std::string& pattern,
-                          std::uint64_t from);
 
 /// The first bit index in [from, end) at which an EBR address section begins: the address opcode
 /// followed by zero bits, ADDRESS_ZERO_BITS of them or, cut short by the end of the stream, at

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 
 namespace {
@@ -20,8 +19,7 @@ std::size_t expectedBytes(const struct stat& status) {
 
 using Outcome = ReadResult::Outcome;
 
-// Opens the file and fills in the result as far as it goes. The outcome tells of a failure; the
-// file is then not open.
+// Opens the file and fills in its status. After a failure the outcome is set and the file not open.
 FileDescriptor openToRead(const std::string& fileName, ReadResult& result) {
   FileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
   if (!file.isOpen()) {
@@ -35,14 +33,15 @@ FileDescriptor openToRead(const std::string& fileName, ReadResult& result) {
   return file;
 }
 
-// Whether a file was written to between two looks at its status, as far as that shows.
+// True if a file was written to between two looks at its status. Misses a change that keeps size
+// and time: what was read can then be partly old and partly new.
 bool isRewritten(const struct stat& before, const struct stat& now) {
   return now.st_size != before.st_size || now.st_mtim.tv_sec != before.st_mtim.tv_sec ||
          now.st_mtim.tv_nsec != before.st_mtim.tv_nsec;
 }
 
-// Reads on behind the bytes held, as many as there is room for. False at the file's end, or with
-// the outcome set when the file can't be read.
+// Appends as many bytes of the file as there is room for. False at the file's end, or with the
+// outcome set when the file can't be read.
 bool readPiece(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result) {
   ssize_t count = 0;
   do {
@@ -70,15 +69,6 @@ void readToEnd(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result
   }
 }
 
-// What the process says when a mapped file turns out to be cut short. Made beforehand, because a
-// signal handler can't.
-std::string cutShortMessage;
-
-void endOnCutShortFile(int /*signal*/) {
-  static_cast<void>(!::write(STDOUT_FILENO, cutShortMessage.data(), cutShortMessage.size()));
-  ::_exit(1);
-}
-
 }  // namespace
 
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
@@ -88,31 +78,6 @@ ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
   return result;
 }
 
-ReadResult readOrMapWholeFile(const std::string& fileName, ByteBuffer& bytes) {
-  // Each mapped page that changes is copied by itself, which is dear. Below this size runs that
-  // change much are faster without, and none can be ended by what is done to the file.
-  constexpr off_t SMALLEST_MAPPED = off_t{16} << 20;
-  ReadResult result;
-  const FileDescriptor file = openToRead(fileName, result);
-  if (result.outcome != Outcome::DONE) return result;
-  const bool isMapped = S_ISREG(result.status.st_mode) && result.status.st_size >= SMALLEST_MAPPED;
-  // What can't be mapped, or not all of it, is read: that works, or tells the reason.
-  if (!isMapped || !bytes.map(file.get(), static_cast<std::size_t>(result.status.st_size))) {
-    readToEnd(file, bytes, result);
-    return result;
-  }
-  cutShortMessage = "ERROR: can't read file " + fileName + ": it was cut short while in use\n";
-  std::signal(SIGBUS, endOnCutShortFile);
-  return result;
-}
-
-bool hasChanged(const InputFile& file) {
-  const struct stat& before = file.status;
-  struct stat now {};
-  if (!S_ISREG(before.st_mode) || ::stat(file.name.c_str(), &now) != 0) return false;
-  return identityOf(now) == identityOf(before) && isRewritten(before, now);
-}
-
 LineReader::LineReader(const std::string& fileName, std::string_view commentCharacters)
     : comments(commentCharacters), file(openToRead(fileName, result)) {
   constexpr std::size_t PIECE = 64 << 10;  // stays in a cache until its lines have been used
@@ -120,8 +85,8 @@ LineReader::LineReader(const std::string& fileName, std::string_view commentChar
   readMore();
 }
 
-// Moves what was not taken yet to the front and reads on behind it. False when the file holds no
-// more, or can't be read.
+// Moves the bytes not yet returned to the front and appends more. False when the file has no more,
+// or can't be read.
 bool LineReader::readMore() {
   if (!file.isOpen()) return false;
   const std::size_t left = bytes.size() - begin;
@@ -134,7 +99,7 @@ bool LineReader::readMore() {
   return false;
 }
 
-// Takes the next line of any kind. False when there is none, or not all of it.
+// Takes the next line of any kind. False when there is none, or only a part of it could be read.
 bool LineReader::takeLine(std::string_view& line) {
   std::size_t end = rest().find('\n');
   while (end == std::string_view::npos) {

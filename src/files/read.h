@@ -24,35 +24,19 @@ struct ReadResult {
 };
 
 /// Reads all bytes of the named file, which may be a pipe, into `bytes`, whose earlier contents are
-/// lost.
+/// lost. Afterwards the file doesn't matter any more.
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
-
-/// readWholeFile() that maps a very large regular file into memory instead of copying it, in two
-/// thirds of the time (BM_loadSearchWrite). The file must stay as it is while `bytes` is in use;
-/// when it is cut short nevertheless, the process ends with an ERROR line and exit status 1. A
-/// system call that meets the missing bytes fails with EFAULT instead.
-ReadResult readOrMapWholeFile(const std::string& fileName, ByteBuffer& bytes);
-
-/// A file that was read: its name, and its status when it was opened.
-struct InputFile {
-  std::string name;
-  struct stat status {};
-};
-
-/// Whether a regular file has been written to since it was opened to be read. A file of the same
-/// name that has taken its place doesn't count.
-bool hasChanged(const InputFile& file);
 
 /// One line of a text file.
 struct TextLine {
-  std::string_view text;     ///< without line end; valid until the next one is asked for
+  std::string_view text;     ///< without line end; valid until the next line is read
   std::uint64_t number = 0;  ///< in the file, from 1
 };
 
-/// Reads the lines of a text file that count: not empty and not beginning with a comment character.
-/// A line that holds a carriage return loses its last character, so that CR LF ends a line, too;
-/// one that consists of a carriage return alone counts, as an empty line. Only a piece of the file
-/// is held in memory, at least a line.
+/// Reads the lines of a text file that count: those that aren't empty and don't begin with a
+/// comment character. A line that contains a carriage return loses its last character, so that CR
+/// LF ends a line, too; a line of a carriage return alone counts, as an empty line. Only a piece of
+/// the file, at least a line, is in memory.
 class LineReader {
  public:
   /// Opens the named file, which may be a pipe, and reads its beginning. The comment characters
@@ -62,7 +46,7 @@ class LineReader {
   /// Moves on to the next line that counts. False when there is none, or when the file can't be
   /// read any further.
   bool next(TextLine& line);
-  /// What became of reading up to here; all lines were read when it is DONE after next() was false.
+  /// What became of reading up to here. All lines were read if it is DONE after next() was false.
   const ReadResult& getResult() const { return result; }
 
  private:
@@ -72,10 +56,10 @@ class LineReader {
 
   std::string_view comments;
   ReadResult result;
-  FileDescriptor file;       ///< closed at its end
+  FileDescriptor file;       ///< closed when its end was read
   ByteBuffer bytes;          ///< a piece of the file
-  std::size_t begin = 0;     ///< of those in `bytes` that were not taken yet
-  std::uint64_t number = 0;  ///< of the line taken last
+  std::size_t begin = 0;     ///< offset in `bytes` of the first byte not yet returned
+  std::uint64_t number = 0;  ///< of the line returned last
 };
 
 #endif

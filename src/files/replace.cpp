@@ -18,6 +18,7 @@
 #include <string_view>
 
 #include "base/bytebuffer.h"
+#include "files/read.h"
 
 namespace {
 
@@ -117,7 +118,7 @@ struct Replacement {
   bool isOldKnown;        ///< a file of that name is there ...
   struct stat oldStatus;  ///< ... and this is its status
   bool isFlushed;         ///< to be on the disk before it replaces the old file
-  const InputFile& original;
+  const FileIdentity& input;
 };
 
 // Gives a new file the old one's owner, group and mode. Owner and group only where that is allowed;
@@ -142,8 +143,6 @@ int fill(const FileDescriptor& file, const Replacement& replacement) {
   if (error == 0 && replacement.isOldKnown)
     error = takeOverOwnerAndMode(file, replacement.oldStatus);
   if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
-  // Asked once all bytes, which may be those of a mapped file, have been copied.
-  if (error == 0 && hasChanged(replacement.original)) error = ORIGINAL_CHANGED;
   return error;
 }
 
@@ -209,9 +208,8 @@ int writeInPlace(const Replacement& replacement, FileDescriptor& file, const Sig
 int writeDirectly(const Replacement& replacement, FileDescriptor file) {
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return errno;
-  // The bytes may be a mapping of that very file, and stand elsewhere in it.
-  const bool isOriginal = identityOf(status) == identityOf(replacement.original.status);
-  if (isOriginal && S_ISREG(status.st_mode)) return EBUSY;
+  // The descriptor's position decides what is overwritten, so the input would become a mixture.
+  if (identityOf(status) == replacement.input && S_ISREG(status.st_mode)) return EBUSY;
   std::size_t written = 0;
   const int error = file.write(replacement.bytes, replacement.size, written);
   const int closeError = file.close();
@@ -231,9 +229,8 @@ void SignalHold::begin() const {
 }
 
 int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                const InputFile& original, const SignalHold& signals) {
-  if (hasChanged(original)) return ORIGINAL_CHANGED;
-  Replacement replacement{fileName, bytes, size, false, {}, false, original};
+                const FileIdentity& input, const SignalHold& signals) {
+  Replacement replacement{fileName, bytes, size, false, {}, false, input};
   if (const int error = followLinks(replacement.path); error != 0) return error;
   // A descriptor shares its place in the file with the messages that went there before; opening
   // its name again would start from the beginning.
@@ -250,7 +247,7 @@ int replaceFile(const std::string& fileName, const unsigned char* bytes, std::si
   if (::fstat(old.get(), &replacement.oldStatus) != 0) return errno;
   if (!S_ISREG(replacement.oldStatus.st_mode)) return writeDirectly(replacement, std::move(old));
   replacement.isOldKnown = true;
-  replacement.isFlushed = identityOf(replacement.oldStatus) == identityOf(original.status);
+  replacement.isFlushed = identityOf(replacement.oldStatus) == input;
   const int error = replaceByRename(replacement, signals, isInPlaceOnly);
   return isInPlaceOnly ? writeInPlace(replacement, old, signals) : error;
 }

@@ -4,60 +4,109 @@
 #include <string>
 #include <string_view>
 
-#include "base/ramgraftbstream.h"
+#include "base/digits.h"
 #include "console/lines.h"
 #include "ebr/chain.h"
+#include "ebr/columns.h"
+#include "ebr/command.h"
+#include "ebr/edit.h"
 #include "files/descriptor.h"
-#include "steps/ramgraftcheck.h"
-#include "steps/ramgraftebr.h"
-#include "steps/ramgraftfiles.h"
-#include "steps/ramgrafttraverse.h"
+#include "files/replace.h"
+#include "inputs/loading.h"
+#include "steps/messages.h"
 
 namespace {
 
-// Moves the cursor behind the identifier of the EBR's address section.
-bool moveToEbr(const std::string& wid, EbrSectionMap& sections, BitstreamTraverser& traverser) {
-  std::uint64_t identifierIndex = 0;
-  switch (sections.find(wid, identifierIndex)) {
-    case EbrSectionMap::Outcome::FOUND:
-      traverser.setBitIndex(identifierIndex + wid.size());
+// Sets `section` to the bit index of the address section that carries the wid.
+bool findSection(const std::string& wid, SectionChain& chain, std::uint64_t& section) {
+  switch (chain.find(wid, section)) {
+    case SectionChain::Outcome::FOUND:
       return true;
-    case EbrSectionMap::Outcome::NO_SECTION:
+    case SectionChain::Outcome::NO_SECTION:
       printLine("ERROR : didn't find EBR address section for wid ", wid);
       return false;
-    case EbrSectionMap::Outcome::RAN_OFF_END:
+    case SectionChain::Outcome::RAN_OFF_END:
       break;
   }
   printLine("ERROR: ran off end of bit file looking for wid ", wid);
   return false;
 }
 
-bool replaceAllContents(const RunInputs& inputs, Bitstream& bitstream) {
-  BitstreamTraverser traverser(&bitstream);
-  EbrSectionMap sections(bitstream, inputs.wids);
-  EbrColumns columns(*inputs.contents);
+void printCommandFault(const Bitstream& bitstream, const EbrCommand& command) {
+  if (command.fault == CommandFault::NO_PAYLOAD) {
+    printNoRoomForPayload(bitstream, command.payloadIndex, command.frameCount);
+  } else {
+    printDataFault(command.fault, command.faultIndex);
+  }
+}
+
+std::string toHex16(unsigned value) {
+  std::string text = "0x";
+  for (const int shift : {12, 8, 4, 0}) text += HEX_DIGITS[value >> shift & 0xF];
+  return text;
+}
+
+// A base file that is damaged, or that the width file doesn't fit, shows in the old CRC.
+void printWarnings(const Edit& edit, const std::string& wid) {
+  if (edit.oldCrc.verdict == CrcCheck::Verdict::WRONG) {
+    printWarning("wid ", wid, ": the CRC of the old contents is ", toHex16(edit.oldCrc.stored),
+                 ", should be ", toHex16(edit.oldCrc.computed),
+                 ": the bitstream may be damaged, or the wid file may not fit it");
+  }
+  if (edit.givenWords > edit.writtenWords) {
+    printWarning("wid ", wid, ": the memory file gives ", std::to_string(edit.givenWords),
+                 " words of 8 bits, the EBR takes ", std::to_string(edit.writtenWords),
+                 ": the rest is not written");
+  }
+}
+
+bool replaceAllContents(const MemoryInputs& inputs, Bitstream& bitstream) {
+  SectionChain chain(bitstream, inputs.wids);
+  EbrColumns columns(*inputs.words);
   const std::size_t numEbrs = inputs.wids.size();
   for (std::size_t i = 0; i < numEbrs; ++i) {
     const std::string& wid = inputs.wids[i];
-    if (!moveToEbr(wid, sections, traverser)) return false;
+    std::uint64_t section = 0;
+    if (!findSection(wid, chain, section)) return false;
     printLine("STATUS: Replacing contents of EBR ID# ", wid, " (", std::to_string(i + 1), "/",
               std::to_string(numEbrs), ")");
-    int dataCount = 0;
-    if (!findEbrDataSection(traverser, dataCount)) return false;
-    const std::uint64_t payload = traverser.getBitIndex();
-    if (!replaceEbrContents(traverser, columns, i, dataCount, wid)) return false;
+    const EbrCommand command = readEbrCommand(bitstream, section, wid.size());
+    if (command.fault != CommandFault::NONE) {
+      printCommandFault(bitstream, command);
+      return false;
+    }
+    printWarnings(replaceContents(bitstream, command, columns, i), wid);
     // The new contents may spell an address section, or break one that the old ones spelled.
-    sections.bitsChanged(payload, traverser.getBitIndex());
+    chain.bitsChanged(command.payloadIndex, command.crcIndex() + CRC_BITS);
   }
   return true;
 }
 
-bool graft(const std::string& bitFile, const std::string& widFile, const std::string& memFile,
-           const std::string& outputFile) {
+bool load(const InputNames& names, MemoryInputs& inputs, Bitstream& bitstream,
+          FileIdentity& bitFile) {
+  InputFault fault = loadMemoryInputs(names, inputs);
+  if (fault.kind == InputFault::Kind::NONE) {
+    printMemoryWarnings(inputs, names.mem);
+    fault = loadBitstream(names.bit, bitstream, bitFile);
+  }
+  printInputFault(fault);
+  return fault.kind == InputFault::Kind::NONE;
+}
+
+bool write(const std::string& fileName, const Bitstream& bitstream, const FileIdentity& bitFile) {
+  const SignalHold signals;  // until the line is printed that reports what became of the file
+  const int error =
+      replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), bitFile, signals);
+  printWritten(fileName, error);
+  return error == 0;
+}
+
+bool graft(const InputNames& names, const std::string& outputFile) {
   Bitstream bitstream(0);
-  RunInputs inputs;
+  MemoryInputs inputs;
+  FileIdentity bitFile;
   printLine("STATUS: loading input files");
-  if (!loadRunInputs(widFile, memFile, bitFile, inputs, bitstream)) return false;
+  if (!load(names, inputs, bitstream, bitFile)) return false;
   printLine("STATUS: input files loaded successfully");
   const unsigned long origNumBits = bitstream.getNumBits();
   printLine("STATUS: processing bitstream");
@@ -66,7 +115,7 @@ bool graft(const std::string& bitFile, const std::string& widFile, const std::st
     printLine("ERROR: number of bits in new bitstream does not match old bitstream!");
     return false;
   }
-  return writeOutput(outputFile, bitstream, {bitFile, inputs.bitFile});
+  return write(outputFile, bitstream, bitFile);
 }
 
 }  // namespace
@@ -83,7 +132,7 @@ int runRamgraft(int argc, const char* const argv[]) {
     return 0;
   }
   try {
-    return graft(argv[1], argv[2], argv[3], argv[4]) ? 0 : 1;
+    return graft({argv[1], argv[2], argv[3]}, argv[4]) ? 0 : 1;
   } catch (const std::bad_alloc&) {
     printLine("ERROR: out of memory");
     return 1;

@@ -1,11 +1,17 @@
-// The driver: one run of the tool, from its arguments to its exit status.
+// One run of the tool, and the operations that its simple steps are made of. Together with
+// base/ramgraftbstream.h, steps/ramgraftutil.h and steps/ramgrafttraverse.h this is the public
+// interface: names, types and effects stay.
 #ifndef RAMGRAFT_RUN_RAMGRAFT_H
 #define RAMGRAFT_RUN_RAMGRAFT_H
 
+#include "steps/ramgraftcheck.h"  // IWYU pragma: export
+#include "steps/ramgraftebr.h"    // IWYU pragma: export
+#include "steps/ramgraftfiles.h"  // IWYU pragma: export
+
 /// Runs `ramgraft <input_file.bit> <file.wid> <file.mem> <output_file.bit>`, or the self-check when
 /// the first three arguments are "TEST". `argc` and `argv` are those of main(). Returns the exit
-/// status: 0 after success and after the self-check, 1 after any failure, which has then been told
-/// on standard output. The output file changes only when everything succeeded.
+/// status: 0 after success and after the self-check; 1 after any failure, the reason having been
+/// printed on standard output. The output file changes only if everything succeeded.
 int runRamgraft(int argc, const char* const argv[]);
 
 #endif

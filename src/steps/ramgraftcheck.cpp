@@ -12,9 +12,9 @@
 
 namespace {
 
-// Prints "TEST ERROR: " and the pieces unless the check holds; returns whether it does.
+// Prints "TEST ERROR: " and the pieces unless the condition holds; returns the condition.
 template <typename... Pieces>
-bool check(bool holds, const Pieces&... pieces) {
+bool expectThat(bool holds, const Pieces&... pieces) {
   if (!holds) printLine("TEST ERROR: ", pieces...);
   return holds;
 }
@@ -44,10 +44,10 @@ bool test_findBits(BitstreamTraverser& traverser) {
   pushFiller(bitstream);
   std::list<bool> newBits;
   traverser.findBits("11101", newBits);
-  const bool isIndexRight =
-      check(traverser.bitIndex == 105, "Bitindex returned ", std::to_string(traverser.bitIndex));
+  const bool isIndexRight = expectThat(traverser.bitIndex == 105, "Bitindex returned ",
+                                       std::to_string(traverser.bitIndex));
   const bool isSizeRight =
-      check(newBits.size() == 105, "newBits.size() is ", std::to_string(newBits.size()));
+      expectThat(newBits.size() == 105, "newBits.size() is ", std::to_string(newBits.size()));
   return isIndexRight && isSizeRight;
 }
 
@@ -58,9 +58,9 @@ bool test_expectBits(BitstreamTraverser& traverser) {
   traverser.bs = &bitstream;
   pushBits(bitstream, "11111111");
   std::list<bool> newBits;
-  if (!check(traverser.expectBits('1', 8, newBits), "expectBits repeat failed")) return false;
+  if (!expectThat(traverser.expectBits('1', 8, newBits), "expectBits repeat failed")) return false;
   traverser.bitIndex = 0;
-  return check(traverser.expectBits("11111111", newBits), "expectBits failed");
+  return expectThat(traverser.expectBits("11111111", newBits), "expectBits failed");
 }
 
 bool test_checkBitsValue() {
@@ -79,7 +79,8 @@ bool test_checkBitsValue() {
   }};
   bool passed = true;
   for (const Case& row : cases) {
-    if (!check(checkBitsValue(row.bits, row.value) == row.expected, row.failure)) passed = false;
+    if (!expectThat(checkBitsValue(row.bits, row.value) == row.expected, row.failure))
+      passed = false;
   }
   return passed;
 }
@@ -88,13 +89,13 @@ bool test_intToBinaryString() {
   printLine("test_intToBinaryString()");
   std::string digits;
   intToBinaryString(3, 4, digits);
-  return check(digits == "0011", "intToBinaryString(3) returned ", digits);
+  return expectThat(digits == "0011", "intToBinaryString(3) returned ", digits);
 }
 
 bool test_binaryStringToInt() {
   printLine("test_binaryStringToInt()");
   const int value = binaryStringToInt("0101");
-  return check(value == 5, "binaryStringToInt(0101) returned ", std::to_string(value));
+  return expectThat(value == 5, "binaryStringToInt(0101) returned ", std::to_string(value));
 }
 
 bool test_findEbrAddressSection() {
@@ -107,8 +108,8 @@ bool test_findEbrAddressSection() {
   pushFiller(bitstream);
   std::list<bool> newBits;
   findEbrAddressSection(traverser, newBits);
-  return check(traverser.getBitIndex() == 144, "bitIndex returned ",
-               std::to_string(traverser.getBitIndex()));
+  return expectThat(traverser.getBitIndex() == 144, "bitIndex returned ",
+                    std::to_string(traverser.getBitIndex()));
 }
 
 bool test_findEbrDataSection() {
@@ -123,8 +124,8 @@ bool test_findEbrDataSection() {
   int dataCount = 0;
   std::list<bool> newBits;
   findEbrDataSection(traverser, dataCount, newBits);
-  return check(traverser.getBitIndex() == 43, "bit index returned ",
-               std::to_string(traverser.getBitIndex()));
+  return expectThat(traverser.getBitIndex() == 43, "bit index returned ",
+                    std::to_string(traverser.getBitIndex()));
 }
 
 bool test_hexStringToBytes() {
@@ -144,24 +145,25 @@ bool test_hexStringToBytes() {
   for (const Case& row : cases) {
     bytes.clear();
     hexStringToBytes(row.digits, bytes);
-    if (!check(bytes == row.expected, row.failure)) return false;
+    if (!expectThat(bytes == row.expected, row.failure)) return false;
   }
   bytes.clear();
-  if (!check(!hexStringToBytes("ZZZZ", bytes), "hexStringToBytes(ZZZ) returned true")) return false;
+  if (!expectThat(!hexStringToBytes("ZZZZ", bytes), "hexStringToBytes(ZZZ) returned true"))
+    return false;
   bytes.clear();
   hexStringToBytes("FFF", bytes);
   const bool isOddCountRight = bytes == std::vector<unsigned char>{15, 255};
   if (!isOddCountRight) printFirstTwo(bytes);
-  return check(isOddCountRight, "hexStringToBytes(FFF) != 15, 255");
+  return expectThat(isOddCountRight, "hexStringToBytes(FFF) != 15, 255");
 }
 
 bool test_bytesToBits() {
   printLine("test_bytesToBits()");
   std::vector<bool> bits;
   bytesToBits({0xF0, 0x55}, bits);
-  if (!check(bits.size() == 16, "num bits is ", std::to_string(bits.size()))) return false;
-  return check(bits == std::vector<bool>{1, 1, 1, 1, 0, 0, 0, 0, 0, 1, 0, 1, 0, 1, 0, 1},
-               "conversion failed");
+  if (!expectThat(bits.size() == 16, "num bits is ", std::to_string(bits.size()))) return false;
+  return expectThat(bits == std::vector<bool>{1, 1, 1, 1, 0, 0, 0, 0, 0, 1, 0, 1, 0, 1, 0, 1},
+                    "conversion failed");
 }
 
 bool test_transformLogInitToPhy() {
@@ -177,10 +179,10 @@ bool test_binaryStringToHex() {
   printLine("test_binaryStringToHex()");
   std::string digits;
   binaryStringToHex("11110000", digits);
-  if (!check(digits == "F0", "binaryStringToHex(11110000) returned ", digits)) return false;
+  if (!expectThat(digits == "F0", "binaryStringToHex(11110000) returned ", digits)) return false;
   digits.clear();
   binaryStringToHex("0000001100001111", digits);
-  return check(digits == "030F", "binaryStringToHex(0000001100001111) returned ", digits);
+  return expectThat(digits == "030F", "binaryStringToHex(0000001100001111) returned ", digits);
 }
 
 void runUnitTests() {

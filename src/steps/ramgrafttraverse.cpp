@@ -4,7 +4,6 @@
 #include <cstddef>
 
 #include "base/assertion.h"
-#include "ebr/search.h"
 #include "steps/ramgraftutil.h"
 
 BitstreamTraverser::BitstreamTraverser(Bitstream* bitstream) : bs(bitstream) {
@@ -27,42 +26,35 @@ void BitstreamTraverser::appendBits(std::uint64_t begin, std::uint64_t end,
   for (std::uint64_t index = begin; index < end; ++index) newBits.push_back(bs->getBit(index));
 }
 
+// True if the bits from `begin` on, as many as the pattern has, equal it.
+bool BitstreamTraverser::matches(const std::string& pattern, std::uint64_t begin) const {
+  for (std::size_t i = 0; i < pattern.size(); ++i) {
+    if (!digitMatches(pattern[i], bs->getBit(begin + i))) return false;
+  }
+  return true;
+}
+
 bool BitstreamTraverser::findBits(const std::string& pattern, std::list<bool>& newBits) {
   const std::uint64_t start = bitIndex;
   const std::uint64_t numBits = bs->getNumBits();
-  if (start >= numBits) return false;
-  const std::uint64_t occurrence = findPattern(*bs, pattern, start);
-  if (occurrence == NOT_FOUND) {
-    bitIndex = numBits;
-  } else {
-    // An empty pattern is only looked for once a bit has been read.
-    const std::uint64_t behind = occurrence + std::max<std::uint64_t>(pattern.size(), 1);
-    bitIndex = std::min(behind, numBits - 1);
-    if (behind < numBits) {
-      appendBits(start, behind, newBits);
-      return true;
-    }
+  for (; bitIndex < numBits; ++bitIndex) {
+    newBits.push_back(bs->getBit(bitIndex));
+    const std::uint64_t end = bitIndex + 1;
+    if (end - start < pattern.size() || !matches(pattern, end - pattern.size())) continue;
+    if (end == numBits) return false;
+    bitIndex = end;
+    return true;
   }
-  appendBits(start, numBits, newBits);
   return false;
-}
-
-bool BitstreamTraverser::expectBits(const std::string& pattern) {
-  if (pattern.size() > getBitsLeft()) return false;
-  std::uint64_t window = 0;
-  for (std::size_t i = 0; i < pattern.size(); ++i, window <<= 1) {
-    if (i % 64 == 0) window = bs->getWindow(bitIndex + i);
-    if (!digitMatches(pattern[i], window >> 63 != 0)) return false;
-  }
-  bitIndex += pattern.size();
-  return true;
 }
 
 bool BitstreamTraverser::expectBits(const std::string& pattern, std::list<bool>& newBits) {
   const std::size_t NEWBITS_START_LENGTH = newBits.size();
-  const std::uint64_t start = bitIndex;
-  const bool isMatch = expectBits(pattern);
-  if (isMatch) appendBits(start, bitIndex, newBits);
+  const bool isMatch = pattern.size() <= getBitsLeft() && matches(pattern, bitIndex);
+  if (isMatch) {
+    appendBits(bitIndex, bitIndex + pattern.size(), newBits);
+    bitIndex += pattern.size();
+  }
   assertThat(isMatch || newBits.size() == NEWBITS_START_LENGTH,
              "bool BitstreamTraverser::expectBits(const string&, std::list<bool>&)",
              "newBits.size() == NEWBITS_START_LENGTH");
@@ -83,29 +75,19 @@ bool BitstreamTraverser::expectBits(char expected, int count, std::list<bool>& n
   return true;
 }
 
-void BitstreamTraverser::skipBits(int bitsToSkip) {
-  // A negative count moves nothing, so it never runs past the end.
+void BitstreamTraverser::skipBits(int bitsToSkip, std::list<bool>& newBits, std::string& text) {
   const auto count = static_cast<std::uint64_t>(std::max(bitsToSkip, 0));
-  assertThat(count < getBitsLeft(),
+  // A negative count also meets the condition at the end of the stream, and past it.
+  const auto behind = static_cast<std::uint64_t>(-std::min<std::int64_t>(bitsToSkip, 0));
+  assertThat(bitIndex + count < bs->getNumBits() + behind,
              "void BitstreamTraverser::skipBits(int, std::list<bool>&, std::string&)",
              "bitIndex + bitsToSkip < bs->getNumBits()");
+  bs->appendDigits(bitIndex, bitIndex + count, text);
+  appendBits(bitIndex, bitIndex + count, newBits);
   bitIndex += count;
 }
 
-void BitstreamTraverser::skipBits(int bitsToSkip, std::string& text) {
-  const std::uint64_t start = bitIndex;
-  skipBits(bitsToSkip);
-  bs->appendDigits(start, bitIndex, text);
-}
-
 void BitstreamTraverser::skipBits(int bitsToSkip, std::list<bool>& newBits) {
-  const std::uint64_t start = bitIndex;
-  skipBits(bitsToSkip);
-  appendBits(start, bitIndex, newBits);
-}
-
-void BitstreamTraverser::skipBits(int bitsToSkip, std::list<bool>& newBits, std::string& text) {
-  const std::uint64_t start = bitIndex;
-  skipBits(bitsToSkip, newBits);
-  bs->appendDigits(start, bitIndex, text);
+  std::string text;
+  skipBits(bitsToSkip, newBits, text);
 }

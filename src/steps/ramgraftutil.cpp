@@ -1,9 +1,8 @@
 #include "steps/ramgraftutil.h"
 
-#include <string_view>
-
 #include "base/assertion.h"
-#include "console/lines.h"
+#include "base/digits.h"
+#include "steps/messages.h"
 
 namespace {
 
@@ -51,29 +50,24 @@ int binaryStringToInt(const std::string& binary) {
 }
 
 void binaryStringToHex(const std::string& binaryStr, std::string& hexString) {
-  constexpr std::string_view DIGITS = "0123456789ABCDEF";
   assertThat(binaryStr.size() % 8 == 0, "void binaryStringToHex(const string&, std::string&)",
              "binaryStr.size() % 8 == 0");
   for (std::size_t i = 0; i < binaryStr.size(); i += 8) {
     const auto byte = static_cast<unsigned>(binaryStringToInt(binaryStr.substr(i, 8)));
-    hexString += DIGITS[byte >> 4];
-    hexString += DIGITS[byte & 0xF];
+    hexString += HEX_DIGITS[byte >> 4];
+    hexString += HEX_DIGITS[byte & 0xF];
   }
-}
-
-void reportNotHexadecimal(char character) {
-  printLine("ERROR: character ", std::string_view(&character, 1), " is not hexadecimal!");
 }
 
 bool hexStringToBytes(const std::string& hexString, std::vector<unsigned char>& bytes) {
   assertThat(bytes.empty(), "bool hexStringToBytes(const string&, std::vector<unsigned char>&)",
              "bytes.size() == 0");
-  bool isLowNibble = hexString.size() % 2 == 1;  // an odd count: the first digit stands alone
+  bool isLowNibble = hexString.size() % 2 == 1;  // of an odd count the first digit is alone
   int byte = 0;
   for (const char digit : hexString) {
     const int value = hexDigitValue(digit);
     if (value < 0) {
-      reportNotHexadecimal(digit);
+      printNotHexadecimal(digit);
       return false;
     }
     byte = byte << 4 | value;
@@ -95,4 +89,4 @@ void bytesToBits(const std::vector<unsigned char>& bytes, std::vector<bool>& bit
              "bits.size() == bytes.size() * 8");
 }
 
-char bitToChar(bool bit) { return bit ? '1' : '0'; }
+char bitToChar(bool bit) { return binaryDigit(bit); }

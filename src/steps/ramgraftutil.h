@@ -10,12 +10,13 @@
 #include <string>
 #include <vector>
 
-/// Whether `bits` equal the digits of `value`, which must have as many characters as `bits` has
+/// True if `bits` equal the digits of `value`, which must have as many characters as `bits` has
 /// entries. Stops at the first difference; every character reached must be '0' or '1'. The list is
 /// a copy: the caller's own is never touched.
 bool checkBitsValue(std::list<bool> bits, const std::string& value);
 
-/// Whether `bit` is what the character `digit` stands for. `digit` must be '0' or '1'.
+/// True if `digit`, which must be '0' or '1', is the digit of `bit`. Fails as checkBitsValue()
+/// does.
 bool digitMatches(char digit, bool bit);
 
 /// Fills `stringValue`, empty on entry, with the low `numBits` (0 to 31) bits of `value`, a
@@ -29,21 +30,10 @@ int binaryStringToInt(const std::string& binary);
 /// whose length must be a multiple of 8.
 void binaryStringToHex(const std::string& binaryStr, std::string& hexString);
 
-/// Fills `bytes`, empty on entry, from digits in either case; an odd count is read as if a '0'
-/// stood in front. At a character that is not hexadecimal it prints the ERROR line that names it
-/// and returns false, `bytes` holding the pairs completed before it.
+/// Fills `bytes`, empty on entry, from digits in either case; an odd count is read as if a '0' came
+/// first. At a character that is not hexadecimal it prints the ERROR line that names it and returns
+/// false; `bytes` then has the pairs completed before it.
 bool hexStringToBytes(const std::string& hexString, std::vector<unsigned char>& bytes);
-
-/// The value of a hexadecimal digit in either case, or -1 for any other character.
-constexpr int hexDigitValue(char digit) {
-  if (digit >= '0' && digit <= '9') return digit - '0';
-  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
-  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
-  return -1;
-}
-
-/// Prints the ERROR line for a character that is not hexadecimal.
-void reportNotHexadecimal(char character);
 
 /// Fills `bits`, empty on entry, with 8 entries for each byte, most significant bit first.
 void bytesToBits(const std::vector<unsigned char>& bytes, std::vector<bool>& bits);

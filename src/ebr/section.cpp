@@ -1,0 +1,21 @@
+#include "ebr/section.h"
+
+#include <algorithm>
+
+#include "ebr/format.h"
+
+std::uint64_t identifierIndexOf(const Bitstream& bitstream, std::uint64_t section) {
+  return std::min<std::uint64_t>(section + IDENTIFIER_OFFSET, bitstream.getNumBits());
+}
+
+bool hasIdentifier(const Bitstream& bitstream, std::uint64_t section,
+                   std::uint64_t identifierBits) {
+  const std::uint64_t bitsLeft = bitstream.getNumBits() - identifierIndexOf(bitstream, section);
+  return bitsLeft > std::max<std::uint64_t>(identifierBits, 1);
+}
+
+std::uint64_t endOfSection(const Bitstream& bitstream, std::uint64_t section,
+                           std::uint64_t identifierBits) {
+  if (!hasIdentifier(bitstream, section, identifierBits)) return bitstream.getNumBits();
+  return identifierIndexOf(bitstream, section) + identifierBits;
+}

@@ -1,0 +1,36 @@
+// Loading the three input files of a run, in their fixed order.
+#ifndef RAMGRAFT_INPUTS_LOADING_H
+#define RAMGRAFT_INPUTS_LOADING_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/ramgraftbstream.h"
+#include "ebr/memorywords.h"
+#include "files/descriptor.h"
+#include "inputs/fault.h"
+#include "inputs/memoryfile.h"
+#include "inputs/widthfile.h"
+
+/// The names of a run's input files.
+struct InputNames {
+  std::string bit, wid, mem;
+};
+
+/// The width and memory files of a run.
+struct MemoryInputs {
+  std::vector<std::string> wids;  ///< in width-file order, prefixes removed; at least one
+  Widths widths;
+  std::optional<MemoryWords> words;  ///< set once the memory file was read without fault
+  MemoryFileSummary summary;         ///< of the memory file
+};
+
+/// Loads the width file, then the memory file, into `inputs`, which is fresh. After a fault it is
+/// filled as far as the files were read.
+InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs);
+
+/// Appends all bits of the bitstream file to `bitstream` and sets `identity` to the file's.
+InputFault loadBitstream(const std::string& fileName, Bitstream& bitstream, FileIdentity& identity);
+
+#endif

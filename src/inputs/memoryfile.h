@@ -1,0 +1,28 @@
+// The memory file: the memory words, one on each line.
+#ifndef RAMGRAFT_INPUTS_MEMORYFILE_H
+#define RAMGRAFT_INPUTS_MEMORYFILE_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "ebr/memorywords.h"
+#include "inputs/fault.h"
+
+/// A line that begins with one of these is a comment.
+inline constexpr std::string_view MEMORY_COMMENTS = "#/";
+
+/// What was read of a memory file.
+struct MemoryFileSummary {
+  std::uint64_t numLines = 0;         ///< lines that are memory words
+  std::uint64_t numMisfits = 0;       ///< of these, lines of other than MemoryWords::getRoundBits()
+  std::uint64_t firstMisfitLine = 0;  ///< number of the first misfit in the file, from 1
+  std::uint64_t firstMisfitBits = 0;  ///< its number of bits
+};
+
+/// Appends the words of a memory file, which `reader` has opened under the name `fileName`, to
+/// `words` and fills `summary`.
+InputFault readMemoryFile(LineReader& reader, const std::string& fileName, MemoryWords& words,
+                          MemoryFileSummary& summary);
+
+#endif

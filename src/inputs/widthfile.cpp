@@ -1,0 +1,74 @@
+#include "inputs/widthfile.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+namespace {
+
+int toInt(std::string_view number) {
+  return static_cast<int>(std::strtol(std::string(number).c_str(), nullptr, 10));
+}
+
+InputFault otherLength(const std::string& fileName, std::uint64_t line, std::size_t wanted) {
+  InputFault fault = faultInLine(InputFault::Kind::OTHER_LENGTH, fileName, {"", line});
+  fault.wanted = static_cast<std::int64_t>(wanted);
+  return fault;
+}
+
+}  // namespace
+
+InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& wids,
+                         WidthLine& last) {
+  LineReader reader(fileName, "");
+  std::uint64_t firstOtherLength = 0;  // line number of the first wid that isn't like the first
+  for (TextLine line; reader.next(line);) {
+    // Only now that another line follows is the one before known to be a wid.
+    if (firstOtherLength == 0 && !wids.empty() && wids.back().size() != wids.front().size()) {
+      firstOtherLength = last.number;
+    }
+    wids.emplace_back(line.text);
+    last.number = line.number;
+  }
+  InputFault fault = faultOf(reader.getResult(), fileName);
+  if (fault.kind != InputFault::Kind::NONE) return fault;
+  if (wids.empty()) {
+    fault.kind = InputFault::Kind::NO_LINES;
+    return fault;
+  }
+  last.text = std::move(wids.back());
+  wids.pop_back();
+  if (wids.empty()) fault.kind = InputFault::Kind::NO_WID;
+  if (firstOtherLength != 0) return otherLength(fileName, firstOtherLength, wids.front().size());
+  return fault;
+}
+
+bool haveEqualLengths(const std::vector<std::string>& wids) {
+  const auto isLikeFirst = [&](const std::string& wid) {
+    return wid.size() == wids.front().size();
+  };
+  return !wids.empty() && std::all_of(wids.begin(), wids.end(), isLikeFirst);
+}
+
+InputFault::Kind parseWidthLine(const std::string& line, Widths& widths) {
+  constexpr std::size_t NONE = std::string::npos;
+  constexpr std::size_t KEY_LENGTH = 2;
+  const std::size_t addrKey = line.find("aw");
+  const std::size_t dataKey = line.find("dw");
+  const std::size_t semicolon = line.find(';');
+  if (addrKey == NONE || dataKey == NONE || semicolon == NONE) return InputFault::Kind::NO_WIDTHS;
+  const std::size_t addrStart = addrKey + KEY_LENGTH;
+  const std::size_t dataStart = dataKey + KEY_LENGTH;
+  if (addrStart >= line.size() || addrStart > dataStart) return InputFault::Kind::MALFORMED_WIDTHS;
+  const std::string_view text = line;
+  // A semicolon before the number ends nothing.
+  const std::size_t addrLength = semicolon < addrStart ? NONE : semicolon - addrStart;
+  widths = {toInt(text.substr(addrStart, addrLength)), toInt(text.substr(dataStart))};
+  return InputFault::Kind::NONE;
+}
+
+void removePrefixes(std::vector<std::string>& wids) {
+  for (std::string& wid : wids) {
+    if (wid.find("0b") != std::string::npos) wid.erase(0, 2);
+  }
+}

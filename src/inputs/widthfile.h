@@ -1,0 +1,40 @@
+// The width file: which EBRs make up the memory, and how wide it is.
+#ifndef RAMGRAFT_INPUTS_WIDTHFILE_H
+#define RAMGRAFT_INPUTS_WIDTHFILE_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "inputs/fault.h"
+
+/// The last line of a width file.
+struct WidthLine {
+  std::string text;
+  std::uint64_t number = 0;  ///< in the file, from 1
+};
+
+/// The two widths of a memory, in bits.
+struct Widths {
+  int address = 0;
+  int data = 0;
+};
+
+/// Reads the wid lines and the width line; neither is interpreted. The wids then have equal
+/// lengths.
+InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& wids,
+                         WidthLine& last);
+
+/// True if there is at least one line and all have the same length.
+bool haveEqualLengths(const std::vector<std::string>& wids);
+
+/// Reads the widths after the "aw" and the "dw" of a width line. A missing number is 0; one that
+/// doesn't fit 64 bits is the largest or smallest that does; of each the low 32 bits are kept.
+/// Returns NONE, or NO_WIDTHS or MALFORMED_WIDTHS with the widths unchanged.
+InputFault::Kind parseWidthLine(const std::string& line, Widths& widths);
+
+/// Removes the prefix "0b" from each wid.
+void removePrefixes(std::vector<std::string>& wids);
+
+#endif
