@@ -1,13 +1,13 @@
-"""EBR sections of a configuration bitstream: finding, checking and writing them.
+"""EBR commands of a configuration bitstream: finding, checking and writing them.
 
-A section is the pair of commands that loads one EBR, most significant bit first:
+A command loads one EBR. It is an address section and a data section, most significant bit first:
 
-    bits   8      36       w        11       8    8     16      72 * frames    16
-        | F6 | zero run | identifier | any | B2 | D0 | frames |   payload    | CRC |
-         `-- address command --'            `-- data command --'
+    bits   8      36        w        11    8    8      16     72 * frames    16
+        | F6 | zero run | identifier | any | B2 | D0 | frames |   payload   | CRC |
+         `------ address section ---'       `---------- data section ----------'
 
-The identifier width w is that of the .wid file, 9 bits in most designs. A section may start at
-any bit of the stream: only the address command itself (0xF6 and 36 zero bits) marks its place.
+All identifiers of a stream have the same width w, that of the wids in its .wid file. A command may
+start at any bit of the stream: only the opcode 0xF6 and the 36 zero bits mark its place.
 
 Bit offsets and byte offsets are easily mixed up, so every name here ends in `_bit` or `_byte`.
 This code shares nothing with the C++ tool, so that each can be checked against the other.
@@ -19,23 +19,23 @@ from typing import NamedTuple
 OPCODE_BITS = 8
 ZERO_RUN_BITS = 36
 UNCHECKED_BITS = 11
-ADDRESS_BITS = OPCODE_BITS + ZERO_RUN_BITS
-ADDRESS_COMMAND = 0xF6 << ZERO_RUN_BITS
-DATA_OPCODE = 0xB2D0
-DATA_OPCODE_BITS = 16
+ADDRESS_START = 0xF6 << ZERO_RUN_BITS
+ADDRESS_START_BITS = OPCODE_BITS + ZERO_RUN_BITS
+DATA_START = 0xB2D0    # the opcode TAV_EBR_WRITE and the CRC/dummy bits
+DATA_START_BITS = 16
 FRAME_COUNT_BITS = 16
-FRAME_BYTES = 9          # eight 9-bit words
-FRAME_DATA_BITS = 64     # each word is a 0 bit and eight data bits
-CRC_HEADER_BYTES = 12    # the CRC reaches back over the 96 bits before the payload
+PAYLOAD_FRAME_BYTES = 9         # eight payload words of 9 bits
+PAYLOAD_FRAME_DATA_BITS = 64    # each payload word is a 0 bit and eight data bits
+CRC_HEADER_BYTES = 12           # the CRC also covers the 96 bits before the payload
 CRC_BYTES = 2
 
 
-class EbrSection(NamedTuple):
-    """One section of a stream, its payload starting on a byte boundary."""
+class EbrCommand(NamedTuple):
+    """Where one command of a stream is; its payload starts on a byte boundary."""
 
     identifier: str      # binary digits, as a .wid file lists it
     payload_byte: int    # byte offset of the payload
-    crc_byte: int        # byte offset of the CRC field behind it
+    crc_byte: int        # byte offset of the CRC field, right after the payload
 
     @property
     def end_byte(self):
@@ -82,12 +82,12 @@ OPCODE_ENDS = bytes([0xFB, *(0x7B << zeros & 0xFF for zeros in range(8))])
 OPCODE_END_AND_ZEROS = re.compile(b"[" + re.escape(OPCODE_ENDS) + rb"]\x00{3}")
 
 
-def find_address_commands(data):
-    """Bit offsets of every address command in the bytes `data`, at any alignment.
+def find_address_sections(data):
+    """Bit offsets of every address section in the bytes `data`, at any alignment.
 
-    Trying every bit is slow in Python. But 0xF6 ends in one 0, so that 37 zero bits follow its
-    last 1, and these hold at least three whole zero bytes wherever they start. So the byte before
-    a run of zero bytes tells where the opcode of a command over that run would have to be:
+    Trying every bit is slow in Python. But 0xF6 ends in one 0, so 37 zero bits follow its last 1,
+    and they contain at least three whole zero bytes wherever they start. The byte before these
+    zero bytes therefore shows where the opcode must be:
 
         last byte    zero bytes
          11110110 | 00000000 00000000 ...    0xF6 on a byte boundary
@@ -98,96 +98,96 @@ def find_address_commands(data):
         last_byte = match.start()
         trailing_zeros = (data[last_byte] & -data[last_byte]).bit_length() - 1
         opcode_bit = 8 * last_byte + 1 - trailing_zeros
-        if opcode_bit < 0 or opcode_bit + ADDRESS_BITS > 8 * len(data):
+        if opcode_bit < 0 or opcode_bit + ADDRESS_START_BITS > 8 * len(data):
             continue
-        if read_bits(data, opcode_bit, ADDRESS_BITS) == ADDRESS_COMMAND:
+        if read_bits(data, opcode_bit, ADDRESS_START_BITS) == ADDRESS_START:
             found.append(opcode_bit)
     return found
 
 
-def read_section(data, opcode_bit, identifier_bits):
-    """The section whose address command is at `opcode_bit`.
+def read_command(data, opcode_bit, identifier_bits):
+    """The command whose address section is at `opcode_bit`.
 
-    None when no data command follows or the stream ends too early; a ValueError when the payload
-    does not start on a byte boundary, where the CRC is not one over whole bytes.
+    None if no data section follows or the stream ends too early. Raises a ValueError if the
+    payload does not start on a byte boundary.
     """
-    identifier_bit = opcode_bit + ADDRESS_BITS
-    data_opcode_bit = identifier_bit + identifier_bits + UNCHECKED_BITS
-    frame_count_bit = data_opcode_bit + DATA_OPCODE_BITS
+    identifier_bit = opcode_bit + ADDRESS_START_BITS
+    data_section_bit = identifier_bit + identifier_bits + UNCHECKED_BITS
+    frame_count_bit = data_section_bit + DATA_START_BITS
     payload_bit = frame_count_bit + FRAME_COUNT_BITS
     if payload_bit > 8 * len(data):
         return None
-    if read_bits(data, data_opcode_bit, DATA_OPCODE_BITS) != DATA_OPCODE:
+    if read_bits(data, data_section_bit, DATA_START_BITS) != DATA_START:
         return None
     payload_byte, odd_bits = divmod(payload_bit, 8)
     if odd_bits:
         raise ValueError(f"the payload at bit {payload_bit} is not on a byte boundary")
     frames = read_bits(data, frame_count_bit, FRAME_COUNT_BITS)
     identifier = format(read_bits(data, identifier_bit, identifier_bits), f"0{identifier_bits}b")
-    section = EbrSection(identifier, payload_byte, payload_byte + frames * FRAME_BYTES)
-    return section if section.end_byte <= len(data) else None
+    command = EbrCommand(identifier, payload_byte, payload_byte + frames * PAYLOAD_FRAME_BYTES)
+    return command if command.end_byte <= len(data) else None
 
 
-def walk_sections(data, identifier_bits):
-    """All sections of a stream in stream order; what looks like one inside a payload is not one."""
-    sections = []
+def walk_commands(data, identifier_bits):
+    """All commands of a stream in stream order, without what looks like one inside a payload."""
+    commands = []
     walked_bit = 0
-    for opcode_bit in find_address_commands(data):
+    for opcode_bit in find_address_sections(data):
         if opcode_bit < walked_bit:
             continue
-        section = read_section(data, opcode_bit, identifier_bits)
-        if section:
-            sections.append(section)
-            walked_bit = 8 * section.end_byte
-    return sections
+        command = read_command(data, opcode_bit, identifier_bits)
+        if command:
+            commands.append(command)
+            walked_bit = 8 * command.end_byte
+    return commands
 
 
-def section_crc(data, section):
-    """The CRC that belongs behind a section's payload as it now stands in `data`."""
-    return crc16(data[section.payload_byte - CRC_HEADER_BYTES:section.crc_byte])
+def command_crc(data, command):
+    """The CRC that a command needs with the payload that it has in `data`."""
+    return crc16(data[command.payload_byte - CRC_HEADER_BYTES:command.crc_byte])
 
 
-def stored_crc(data, section):
-    """The CRC that stands behind a section's payload."""
-    return int.from_bytes(data[section.crc_byte:section.end_byte], "big")
+def stored_crc(data, command):
+    """The CRC that a command has in `data`."""
+    return int.from_bytes(data[command.crc_byte:command.end_byte], "big")
 
 
 def leading_pad_bits(identifier):
-    """How many bits to put before an address command so that the payload is byte-aligned.
+    """How many filler bits to put before a command so that its payload is byte-aligned.
 
-    With 9 identifier bits the 96 bits before the payload are 12 whole bytes. Other widths shift
-    the payload, so filler bits go before the address command to make up for it. The CRC always
-    reaches back 96 bits from the payload, which is whole bytes again, but they no longer begin
-    with the opcode: with 10 identifier bits they begin one bit behind its start, with fewer than
-    9 among the filler bits, of which there must be enough.
+    With 9 identifier bits the command begins 96 bits, 12 whole bytes, before its payload. Other
+    widths shift the payload, and the filler bits make up for that. The CRC always covers 96 bits
+    before the payload, which are whole bytes again, but the opcode is no longer the first of them:
+    with 10 identifier bits they begin one bit after the opcode does. With fewer than 9 they begin
+    among the filler bits, of which there must be enough.
     """
-    header_bits = (ADDRESS_BITS + len(identifier) + UNCHECKED_BITS
-                   + DATA_OPCODE_BITS + FRAME_COUNT_BITS)
+    header_bits = (ADDRESS_START_BITS + len(identifier) + UNCHECKED_BITS
+                   + DATA_START_BITS + FRAME_COUNT_BITS)
     return max(8 * CRC_HEADER_BYTES - header_bits, -header_bits % 8)
 
 
-def write_section(identifier, payload):
-    """The bytes of a section: filler bits (all 1) where needed, both commands and the CRC."""
-    frames = len(payload) // FRAME_BYTES
+def write_command(identifier, payload):
+    """The bytes of a command, with filler bits (all 1) before it where needed."""
+    frames = len(payload) // PAYLOAD_FRAME_BYTES
     bits = ("1" * leading_pad_bits(identifier)
-            + format(ADDRESS_COMMAND, f"0{ADDRESS_BITS}b")
+            + format(ADDRESS_START, f"0{ADDRESS_START_BITS}b")
             + identifier
             + "0" * UNCHECKED_BITS
-            + format(DATA_OPCODE, f"0{DATA_OPCODE_BITS}b")
+            + format(DATA_START, f"0{DATA_START_BITS}b")
             + format(frames, f"0{FRAME_COUNT_BITS}b"))
     header = int(bits, 2).to_bytes(len(bits) // 8, "big")
     crc = crc16(header[-CRC_HEADER_BYTES:] + payload)
     return header + payload + crc.to_bytes(CRC_BYTES, "big")
 
 
-def pack_payload(data_bits, frames):
-    """An EBR's payload from its data bits d0, d1, d2 ... (ASCII digits), zero-filled at the end.
+def pack_payload(column, frames):
+    """An EBR's payload from its column, the data bits d0, d1, d2 ... as ASCII digits.
 
-    Word j of the payload is a 0 bit and then d(8j+7), d(8j+6), ..., d(8j).
+    Payload word j is a 0 bit and then d(8j+7), d(8j+6), ..., d(8j); zeros follow the last data bit.
     """
-    data_bits = data_bits.ljust(frames * FRAME_DATA_BITS, b"0")
-    words = len(data_bits) // 8
-    payload_bits = bytearray(b"0" * (9 * words))
+    column = column.ljust(frames * PAYLOAD_FRAME_DATA_BITS, b"0")
+    payload_words = len(column) // 8
+    payload_bits = bytearray(b"0" * (9 * payload_words))
     for place in range(8):
-        payload_bits[1 + place::9] = data_bits[7 - place::8]
-    return int(payload_bits, 2).to_bytes(frames * FRAME_BYTES, "big")
+        payload_bits[1 + place::9] = column[7 - place::8]
+    return int(payload_bits, 2).to_bytes(frames * PAYLOAD_FRAME_BYTES, "big")

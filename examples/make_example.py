@@ -3,12 +3,12 @@
 
     examples/make_example.py OUTDIR
 
-writes in.bit, ram.wid, firmware.mem and firmware.bin (the image behind firmware.mem) into OUTDIR.
+writes in.bit, ram.wid, firmware.mem and firmware.bin (what firmware.mem spells) into OUTDIR.
 Everything in them is made up, and the same options always give the same files. The options change
 sizes and counts, for measuring.
 
-The tool finds an EBR by its address command, so no such command may stand in the stream by
-accident. That is checked here on the finished stream, not hoped for.
+The tool finds an EBR by its address section, so the stream must contain no such section by
+accident. The finished stream is checked for that.
 """
 
 import argparse
@@ -27,15 +27,15 @@ Rows: 64
 Columns: 80
 """
 DUMMY = b"\xff" * 16
-SYNC_WORD = bytes.fromhex("A5C33C5A")
+SYNC_BYTES = bytes.fromhex("A5C33C5A")
 MIN_FILLER_BYTES = 64
 
-FRAME_MARKER = b"\xb5"
-FRAME_END = b"\xff"
-FRAME_DATA_BYTES = 120
-FRAME_BYTES = len(FRAME_MARKER) + 2 + FRAME_DATA_BYTES + len(FRAME_END)
-FRAME_POOL = 512
-BLOCK_FRAMES = 4_000_000 // FRAME_BYTES  # a longer stream repeats the block of these frames
+ROW_MARKER = b"\xb5"
+ROW_END = b"\xff"
+ROW_DATA_BYTES = 120
+CONFIGURATION_ROW_BYTES = len(ROW_MARKER) + 2 + ROW_DATA_BYTES + len(ROW_END)
+ROW_POOL = 512
+BLOCK_ROWS = 4_000_000 // CONFIGURATION_ROW_BYTES  # a longer stream repeats these rows
 
 MIN_IDENTIFIER_BITS = 9
 MAX_FRAMES = 0xFFFF
@@ -49,7 +49,7 @@ class Part(NamedTuple):
     """A run of whole bytes of the stream."""
 
     data: bytes
-    command_bit: int | None = None  # bit offset of the address command in a section
+    section_bit: int | None = None  # bit offset of the address section if there is one
 
 
 # The configuration data
@@ -63,69 +63,68 @@ def sparse_bytes(rng, count, rarity):
     return number.to_bytes(count, "big")
 
 
-def frame_data(rng):
-    """One frame's data: unused, lightly used or busy fabric."""
+def row_data(rng):
+    """The data of one row: unused, lightly used or busy fabric."""
     rarity = rng.choices((None, 4, 2), weights=(50, 35, 15))[0]
     if rarity is None:
-        return bytes(FRAME_DATA_BYTES)
-    return sparse_bytes(rng, FRAME_DATA_BYTES, rarity)
+        return bytes(ROW_DATA_BYTES)
+    return sparse_bytes(rng, ROW_DATA_BYTES, rarity)
 
 
-def remove_address_commands(frames):
-    """Sets a bit in the zero run of each accidental address command, in place.
+def remove_address_sections(rows):
+    """Sets a bit in the zero run of each accidental address section, in place.
 
-    A lone 1 with zeros before it cannot end another 0xF6, so that no new command arises. The bit
-    always falls into frame data: no run of zeros reaches over the end of a frame.
+    A lone 1 with zeros before it cannot end another 0xF6, so no new section arises. The bit is
+    always one of a row's data: no run of zeros continues after the end of a row.
     """
-    for opcode_bit in ebrstream.find_address_commands(frames):
-        frames[(opcode_bit + 30) // 8] |= 0x10
+    for opcode_bit in ebrstream.find_address_sections(rows):
+        rows[(opcode_bit + 30) // 8] |= 0x10
 
 
-def configuration_block(rng, frame_count):
-    """`frame_count` frames: a marker, the frame number with its top bit set, data, an end byte."""
-    pool = [frame_data(rng) for _ in range(FRAME_POOL)]
+def configuration_block(rng, row_count):
+    """`row_count` rows: a marker, the row's number with its top bit set, data, an end byte."""
+    pool = [row_data(rng) for _ in range(ROW_POOL)]
     block = bytearray()
-    for number, data in enumerate(rng.choices(pool, k=frame_count)):
-        block += FRAME_MARKER + (0x8000 | number & 0x7FFF).to_bytes(2, "big") + data + FRAME_END
-    remove_address_commands(block)
+    for number, data in enumerate(rng.choices(pool, k=row_count)):
+        block += ROW_MARKER + (0x8000 | number & 0x7FFF).to_bytes(2, "big") + data + ROW_END
+    remove_address_sections(block)
     return bytes(block)
 
 
-def configuration_gaps(section_count, frame_count, sections_at):
-    """How many configuration frames stand before each section, and behind the last one."""
+def configuration_gaps(command_count, row_count, sections_at):
+    """How many configuration rows come before each command, and after the last one."""
     if sections_at == "start":
-        return [0] * section_count + [frame_count]
+        return [0] * command_count + [row_count]
     if sections_at == "end":
-        return [frame_count] + [0] * section_count
-    gaps = section_count + 1
-    return [frame_count * (gap + 1) // gaps - frame_count * gap // gaps for gap in range(gaps)]
+        return [row_count] + [0] * command_count
+    gaps = command_count + 1
+    return [row_count * (gap + 1) // gaps - row_count * gap // gaps for gap in range(gaps)]
 
 
 def configuration_runs(block, gaps):
     """For each gap the parts that fill it, the block being read round and round."""
-    block_frames = len(block) // FRAME_BYTES
-    at_frame = 0
+    at_byte = 0
     for gap in gaps:
+        gap_bytes = gap * CONFIGURATION_ROW_BYTES
         parts = []
-        while gap > 0:
-            frames = min(gap, block_frames - at_frame)
-            parts.append(Part(block[at_frame * FRAME_BYTES:(at_frame + frames) * FRAME_BYTES]))
-            at_frame = (at_frame + frames) % block_frames
-            gap -= frames
+        while gap_bytes > 0:
+            parts.append(Part(block[at_byte:at_byte + gap_bytes]))
+            gap_bytes -= len(parts[-1].data)
+            at_byte = (at_byte + len(parts[-1].data)) % len(block)
         yield parts
 
 
-# The EBR sections
+# The EBR commands
 
 
-def identifiers(section_count):
-    """One identifier for each section, in stream order.
+def identifiers(command_count):
+    """One identifier for each command, in stream order.
 
-    They count from 1, because behind an accidental 0xF6 in a memory that is mostly zero the
-    identifier reads as 0.
+    They count from 1: an accidental address section in a memory that is mostly zero has the
+    identifier 0.
     """
-    width = max(MIN_IDENTIFIER_BITS, section_count.bit_length())
-    return [format(number, f"0{width}b") for number in range(1, section_count + 1)]
+    width = max(MIN_IDENTIFIER_BITS, command_count.bit_length())
+    return [format(number, f"0{width}b") for number in range(1, command_count + 1)]
 
 
 def old_contents(rng, byte_count):
@@ -145,15 +144,15 @@ def as_digits(data):
     return format(int.from_bytes(data, "big"), f"0{8 * len(data)}b").encode()
 
 
-def old_section(rng, identifier, frames):
-    """A section with old contents in which no address command but its own stands."""
-    command_bit = ebrstream.leading_pad_bits(identifier)
+def old_command(rng, identifier, frames):
+    """A command with old contents that contains no address section but its own."""
+    section_bit = ebrstream.leading_pad_bits(identifier)
     while True:
-        contents = old_contents(rng, frames * ebrstream.FRAME_DATA_BITS // 8)
+        contents = old_contents(rng, frames * ebrstream.PAYLOAD_FRAME_DATA_BITS // 8)
         payload = ebrstream.pack_payload(as_digits(contents), frames)
-        data = ebrstream.write_section(identifier, payload)
-        if ebrstream.find_address_commands(data) == [command_bit]:
-            return Part(data, command_bit)
+        data = ebrstream.write_command(identifier, payload)
+        if ebrstream.find_address_sections(data) == [section_bit]:
+            return Part(data, section_bit)
 
 
 # The whole stream
@@ -161,19 +160,19 @@ def old_section(rng, identifier, frames):
 
 def make_stream(rng, options, names):
     """The parts of the stream, in order, `options.bytes` bytes in all."""
-    head = Part(HEADER_TEXT.encode() + DUMMY + SYNC_WORD)
-    sections = [old_section(rng, name, options.frames) for name in names]
-    room = options.bytes - MIN_FILLER_BYTES - total_bytes([head, *sections])
+    head = Part(HEADER_TEXT.encode() + DUMMY + SYNC_BYTES)
+    commands = [old_command(rng, name, options.frames) for name in names]
+    room = options.bytes - MIN_FILLER_BYTES - total_bytes([head, *commands])
     if room < 0:
         raise SystemExit(f"--bytes {options.bytes} is too small, {options.bytes - room} are needed")
-    frame_count = room // FRAME_BYTES
-    block = configuration_block(rng, max(1, min(frame_count, BLOCK_FRAMES)))
-    gaps = configuration_gaps(len(sections), frame_count, options.sections_at)
-    *before, behind = configuration_runs(block, gaps)
+    row_count = room // CONFIGURATION_ROW_BYTES
+    block = configuration_block(rng, max(1, min(row_count, BLOCK_ROWS)))
+    gaps = configuration_gaps(len(commands), row_count, options.sections_at)
+    *before, after = configuration_runs(block, gaps)
     parts = [head]
-    for configuration, section in zip(before, sections):
-        parts += [*configuration, section]
-    parts += behind
+    for configuration, command in zip(before, commands):
+        parts += [*configuration, command]
+    parts += after
     parts.append(Part(b"\xff" * (options.bytes - total_bytes(parts))))
     return parts
 
@@ -183,38 +182,40 @@ def total_bytes(parts):
 
 
 @functools.cache
-def commands_in(data):
-    """As find_address_commands, the answer kept: a long stream repeats its parts and seams."""
-    return ebrstream.find_address_commands(data)
+def address_sections_in(data):
+    """As find_address_sections, the answer kept: a long stream repeats its parts and seams."""
+    return ebrstream.find_address_sections(data)
 
 
-def stream_commands(parts):
-    """Bit offsets of all address commands in the stream: those inside a part, and those over the
-    seam of two parts, of which at most six bytes stand on either side."""
-    reach = (ebrstream.ADDRESS_BITS + 7) // 8
+def stream_address_sections(parts):
+    """Bit offsets of all address sections in the stream.
+
+    They are inside a part, or over the seam of two parts with at most six bytes on either side.
+    """
+    reach = (ebrstream.ADDRESS_START_BITS + 7) // 8
     found = set()
     at_byte = 0
     tail = b""
     for part in parts:
         seam_byte = at_byte - len(tail)
-        found.update(8 * seam_byte + bit for bit in commands_in(tail + part.data[:reach]))
-        found.update(8 * at_byte + bit for bit in commands_in(part.data))
+        found.update(8 * seam_byte + bit for bit in address_sections_in(tail + part.data[:reach]))
+        found.update(8 * at_byte + bit for bit in address_sections_in(part.data))
         at_byte += len(part.data)
         tail = part.data[-reach:]
     return found
 
 
 def check_stream(parts):
-    """Stops unless exactly the sections' own address commands stand in the stream."""
+    """Stops unless the address sections in the stream are exactly those of its commands."""
     own = set()
     at_byte = 0
     for part in parts:
-        if part.command_bit is not None:
-            own.add(8 * at_byte + part.command_bit)
+        if part.section_bit is not None:
+            own.add(8 * at_byte + part.section_bit)
         at_byte += len(part.data)
-    wrong = own ^ stream_commands(parts)
+    wrong = own ^ stream_address_sections(parts)
     if wrong:
-        raise SystemExit(f"address command missing or accidental at bits {sorted(wrong)[:10]}")
+        raise SystemExit(f"address section missing or accidental at bits {sorted(wrong)[:10]}")
 
 
 # The new memory
@@ -235,41 +236,41 @@ def make_firmware(rng, byte_count):
             for _ in range(4096)]
     strings = b"".join(STRINGS)
     used_bytes = byte_count * 2 // 3
-    code_words = max(0, used_bytes - len(vectors) - len(strings)) // 4
-    image = vectors + b"".join(rng.choices(pool, k=code_words)) + strings
+    instructions = max(0, used_bytes - len(vectors) - len(strings)) // 4
+    image = vectors + b"".join(rng.choices(pool, k=instructions)) + strings
     return image[:byte_count].ljust(byte_count, b"\0")
 
 
 def new_payloads(image, options):
     """The payload that each listed EBR will get, in the order of ram.wid.
 
-    The listed EBRs stand side by side: the first one holds the lowest bits of every word.
+    The first EBR listed holds the lowest bits of every memory word.
     """
     word_bits = options.listed * options.bits_per_ebr
     image_bits = as_digits(image)
     for ebr in range(options.listed):
         first_bit = word_bits - (ebr + 1) * options.bits_per_ebr
-        data_bits = bytearray(options.words * options.bits_per_ebr)
+        column = bytearray(options.words * options.bits_per_ebr)
         for place in range(options.bits_per_ebr):
-            data_bits[place::options.bits_per_ebr] = image_bits[first_bit + place::word_bits]
-        yield ebrstream.pack_payload(bytes(data_bits), options.frames)
+            column[place::options.bits_per_ebr] = image_bits[first_bit + place::word_bits]
+        yield ebrstream.pack_payload(bytes(column), options.frames)
 
 
 def check_firmware(image, wids, options):
-    """Stops if the new contents could pass for the address command of another listed EBR.
+    """Stops if the new contents could pass for the address section of another listed EBR.
 
     The tool searches through the payloads that it has already written.
     """
     width = len(wids[0])
     listed = set(wids)
     for wid, payload in zip(wids, new_payloads(image, options)):
-        section = ebrstream.write_section(wid, payload)
-        for opcode_bit in ebrstream.find_address_commands(section)[1:]:
-            identifier_bit = opcode_bit + ebrstream.ADDRESS_BITS
-            cut_off = identifier_bit + width > 8 * len(section)
-            if cut_off or format(ebrstream.read_bits(section, identifier_bit, width),
+        command = ebrstream.write_command(wid, payload)
+        for opcode_bit in ebrstream.find_address_sections(command)[1:]:
+            identifier_bit = opcode_bit + ebrstream.ADDRESS_START_BITS
+            cut_off = identifier_bit + width > 8 * len(command)
+            if cut_off or format(ebrstream.read_bits(command, identifier_bit, width),
                                  f"0{width}b") in listed:
-                raise SystemExit(f"the memory for EBR {wid} holds an address command: "
+                raise SystemExit(f"the memory for EBR {wid} contains an address section: "
                                  "take another --seed")
 
 
@@ -277,7 +278,7 @@ def check_firmware(image, wids, options):
 
 
 def write_wid(path, wids, options):
-    """The identifiers and then the widths: address bits of all words, data bits of one word."""
+    """The identifiers and then the widths: bits of an address, bits of a memory word."""
     address_bits = (options.words - 1).bit_length()
     data_bits = options.listed * options.bits_per_ebr
     lines = [f"0b{wid}" for wid in wids] + [f"aw{address_bits};dw{data_bits}"]
@@ -285,7 +286,7 @@ def write_wid(path, wids, options):
 
 
 def write_mem(path, image, options):
-    """One memory word a line, in hexadecimal, the image's first byte leftmost in word 0."""
+    """One memory word a line, in hexadecimal; word 0 begins with the first byte of the image."""
     word_bytes = len(image) // options.words
     with path.open("w", encoding="ascii") as mem:
         mem.write(f"# firmware.bin: {options.words} words of {8 * word_bytes} bits, word 0 first\n")
@@ -300,16 +301,16 @@ def parse_options():
     parser.add_argument("outdir", metavar="OUTDIR", type=Path, help="folder for the files")
     add = parser.add_argument
     add("--bytes", metavar="N", type=int, default=2_000_000, help="bytes of the whole stream")
-    add("--sections", metavar="N", type=int, default=208, help="EBR sections in the stream")
-    add("--frames", metavar="N", type=int, default=256, help="frames of 72 bits in each section")
-    add("--listed", metavar="N", type=int, default=32, help="sections listed in ram.wid")
+    add("--sections", metavar="N", type=int, default=208, help="EBR commands in the stream")
+    add("--frames", metavar="N", type=int, default=256, help="frames of 72 bits in each payload")
+    add("--listed", metavar="N", type=int, default=32, help="EBRs listed in ram.wid")
     add("--which", choices=("first", "last", "shuffled"), default="last",
-        help="which sections are listed; shuffled: any, in any order")
-    add("--words", metavar="N", type=int, default=2048, help="words of the new memory")
+        help="which EBRs are listed; shuffled: any, in any order")
+    add("--words", metavar="N", type=int, default=2048, help="memory words to make")
     add("--bits-per-ebr", metavar="N", type=int, default=8,
-        help="bits of each word that one EBR holds")
+        help="bits of each memory word that one EBR holds")
     add("--sections-at", choices=("start", "spread", "end"), default="end",
-        help="where in the configuration data the sections stand")
+        help="where in the configuration data the EBR commands are")
     add("--seed", metavar="N", type=int, default=1, help="another seed gives other contents")
     options = parser.parse_args()
     fault = fault_in(options)
@@ -329,7 +330,7 @@ def fault_in(options):
         return "--listed must not be greater than --sections"
     if options.listed * options.bits_per_ebr % 8:
         return "--listed times --bits-per-ebr must be a multiple of 8: a word is whole bytes"
-    capacity_bits = min(options.frames, PHYSICAL_LINE_FRAMES) * ebrstream.FRAME_DATA_BITS
+    capacity_bits = min(options.frames, PHYSICAL_LINE_FRAMES) * ebrstream.PAYLOAD_FRAME_DATA_BITS
     if options.words * options.bits_per_ebr > capacity_bits:
         return f"--words times --bits-per-ebr is more than the {capacity_bits} bits of an EBR"
     return None

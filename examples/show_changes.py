@@ -32,15 +32,16 @@ def read_wids(name):
     return wids
 
 
-def listed_sections(sections, wids):
-    """The sections that are listed, in stream order; of equal identifiers the first one counts."""
+def listed_commands(commands, wids):
+    """The commands that are listed, in stream order; of equal identifiers the first one counts."""
     by_identifier = {}
-    for section in sections:
-        by_identifier.setdefault(section.identifier, section)
+    for command in commands:
+        by_identifier.setdefault(command.identifier, command)
     missing = [wid for wid in wids if wid not in by_identifier]
     if missing:
         raise SystemExit(f"PROBLEM: no EBR section in the input has the identifier {missing[0]}")
-    return sorted((by_identifier[wid] for wid in set(wids)), key=lambda s: s.payload_byte)
+    listed = {by_identifier[wid] for wid in wids}
+    return sorted(listed, key=lambda command: command.payload_byte)
 
 
 def differing_bytes(old, new, first_byte, end_byte):
@@ -51,21 +52,21 @@ def differing_bytes(old, new, first_byte, end_byte):
     return [first_byte + i for i, pair in enumerate(zip(old, new)) if pair[0] != pair[1]]
 
 
-def ranges_between(sections, stream_bytes):
-    """The byte ranges that lie outside the payloads and CRC fields of the sections."""
+def ranges_between(commands, stream_bytes):
+    """The byte ranges that lie outside the payloads and CRC fields of the commands."""
     first_byte = 0
-    for section in sections:
-        yield first_byte, section.payload_byte
-        first_byte = section.end_byte
+    for command in commands:
+        yield first_byte, command.payload_byte
+        first_byte = command.end_byte
     yield first_byte, stream_bytes
 
 
-def describe(old, new, section):
-    """One line on what happened to a section."""
-    changed = len(differing_bytes(old, new, section.payload_byte, section.crc_byte))
-    return (f"  EBR {section.identifier}: {changed} of {section.crc_byte - section.payload_byte} "
-            f"payload bytes at byte {section.payload_byte} changed, CRC "
-            f"{ebrstream.stored_crc(old, section):04X} -> {ebrstream.stored_crc(new, section):04X}")
+def describe(old, new, command):
+    """One line on what happened to a command."""
+    changed = len(differing_bytes(old, new, command.payload_byte, command.crc_byte))
+    return (f"  EBR {command.identifier}: {changed} of {command.crc_byte - command.payload_byte} "
+            f"payload bytes at byte {command.payload_byte} changed, CRC "
+            f"{ebrstream.stored_crc(old, command):04X} -> {ebrstream.stored_crc(new, command):04X}")
 
 
 def find_problems(old, new, listed):
@@ -78,19 +79,19 @@ def find_problems(old, new, listed):
         problems.append(f"{len(outside)} byte(s) outside the listed payloads and CRC fields "
                         f"differ, the first at byte {at_byte} "
                         f"({old[at_byte]:02X} -> {new[at_byte]:02X})")
-    for section in listed:
-        expected, stored = ebrstream.section_crc(new, section), ebrstream.stored_crc(new, section)
+    for command in listed:
+        expected, stored = ebrstream.command_crc(new, command), ebrstream.stored_crc(new, command)
         if stored != expected:
-            problems.append(f"the CRC of EBR {section.identifier} is {stored:04X} "
+            problems.append(f"the CRC of EBR {command.identifier} is {stored:04X} "
                             f"and should be {expected:04X}")
     return problems
 
 
-def report(old, new, sections, listed, wid_name):
-    """Prints what was found; the listed sections may be equal before and after."""
-    print(f"{len(sections)} EBR sections found; {len(listed)} listed in {wid_name}")
-    for section in listed[:SHOWN]:
-        print(describe(old, new, section))
+def report(old, new, commands, listed, wid_name):
+    """Prints what was found; the listed commands may be equal before and after."""
+    print(f"{len(commands)} EBR sections found; {len(listed)} listed in {wid_name}")
+    for command in listed[:SHOWN]:
+        print(describe(old, new, command))
     if len(listed) > SHOWN:
         print(f"  ... and {len(listed) - SHOWN} more")
     problems = find_problems(old, new, listed)
@@ -98,9 +99,9 @@ def report(old, new, sections, listed, wid_name):
         print(f"PROBLEM: {problem}")
     if problems:
         return 1
-    listed_bytes = sum(section.end_byte - section.payload_byte for section in listed)
-    changed = sum(len(differing_bytes(old, new, section.payload_byte, section.end_byte))
-                  for section in listed)
+    listed_bytes = sum(command.end_byte - command.payload_byte for command in listed)
+    changed = sum(len(differing_bytes(old, new, command.payload_byte, command.end_byte))
+                  for command in listed)
     print(f"their {len(listed)} payloads and CRC fields: {changed} of {listed_bytes} bytes changed")
     print(f"every other byte ({len(old) - listed_bytes}) is identical; "
           "the CRC of every listed EBR is correct")
@@ -116,10 +117,10 @@ def main():
         raise SystemExit(f"PROBLEM: the sizes differ: {len(old)} bytes in {in_name}, "
                          f"{len(new)} in {out_name}")
     try:
-        sections = ebrstream.walk_sections(old, len(wids[0]))
+        commands = ebrstream.walk_commands(old, len(wids[0]))
     except ValueError as error:
         raise SystemExit(f"PROBLEM: can't judge {in_name}: {error}") from error
-    return report(old, new, sections, listed_sections(sections, wids), Path(wid_name).name)
+    return report(old, new, commands, listed_commands(commands, wids), Path(wid_name).name)
 
 
 if __name__ == "__main__":
