@@ -9,7 +9,8 @@ A command loads one EBR. It is an address section and a data section, most signi
 All identifiers of a stream have the same width w, that of the wids in its .wid file. A command may
 start at any bit of the stream: only the opcode 0xF6 and the 36 zero bits mark its place.
 
-Bit offsets and byte offsets are easily mixed up, so every name here ends in `_bit` or `_byte`.
+Bits count from the start of the stream, the most significant bit of a byte first. Bit offsets and
+byte offsets are easily mixed up, so their names end in `_bit` or `_byte`.
 This code shares nothing with the C++ tool, so that each can be checked against the other.
 """
 
@@ -27,19 +28,32 @@ FRAME_COUNT_BITS = 16
 PAYLOAD_FRAME_BYTES = 9         # eight payload words of 9 bits
 PAYLOAD_FRAME_DATA_BITS = 64    # each payload word is a 0 bit and eight data bits
 CRC_HEADER_BYTES = 12           # the CRC also covers the 96 bits before the payload
-CRC_BYTES = 2
+CRC_BITS = 16
 
 
 class EbrCommand(NamedTuple):
-    """Where one command of a stream is; its payload starts on a byte boundary."""
+    """Where one command of a stream is."""
 
-    identifier: str      # binary digits, as a .wid file lists it
-    payload_byte: int    # byte offset of the payload
-    crc_byte: int        # byte offset of the CRC field, right after the payload
+    identifier: str     # binary digits, as a .wid file lists it
+    payload_bit: int    # bit offset of the payload
+    crc_bit: int        # bit offset of the CRC field, right after the payload
 
     @property
-    def end_byte(self):
-        return self.crc_byte + CRC_BYTES
+    def end_bit(self):
+        return self.crc_bit + CRC_BITS
+
+    @property
+    def payload_bytes(self):
+        """The size of the payload, which is whole bytes wherever it begins."""
+        return (self.crc_bit - self.payload_bit) // 8
+
+    @property
+    def crc_covers_itself(self):
+        """True if the CRC covers the first bit of its own field, see command_crc().
+
+        Writing such a CRC changes what it covers, so the finished stream can't show if it is right.
+        """
+        return self.crc_bit % 8 == 7
 
 
 def crc_table():
@@ -77,6 +91,20 @@ def read_bits(data, first_bit, count):
     return number >> (8 * end_byte - end_bit) & (1 << count) - 1
 
 
+def read_bytes(data, first_bit, count):
+    """`count` bytes that begin at any bit of the bytes `data`."""
+    return read_bits(data, first_bit, 8 * count).to_bytes(count, "big")
+
+
+def write_bits(data, first_bit, count, number):
+    """Overwrites `count` bits of the bytearray `data`, all of which must be there."""
+    end_byte = (first_bit + count + 7) // 8
+    bits_after = 8 * end_byte - first_bit - count
+    touched = slice(first_bit // 8, end_byte)
+    kept = int.from_bytes(data[touched], "big") & ~(((1 << count) - 1) << bits_after)
+    data[touched] = (kept | number << bits_after).to_bytes(end_byte - first_bit // 8, "big")
+
+
 # The bytes in which an opcode can have its last 1, any number of its bits lying in the byte before.
 OPCODE_ENDS = bytes([0xFB, *(0x7B << zeros & 0xFF for zeros in range(8))])
 OPCODE_END_AND_ZEROS = re.compile(b"[" + re.escape(OPCODE_ENDS) + rb"]\x00{3}")
@@ -108,8 +136,7 @@ def find_address_sections(data):
 def read_command(data, opcode_bit, identifier_bits):
     """The command whose address section is at `opcode_bit`.
 
-    None if no data section follows or the stream ends too early. Raises a ValueError if the
-    payload does not start on a byte boundary.
+    None if no data section follows or the stream ends too early.
     """
     identifier_bit = opcode_bit + ADDRESS_START_BITS
     data_section_bit = identifier_bit + identifier_bits + UNCHECKED_BITS
@@ -119,13 +146,10 @@ def read_command(data, opcode_bit, identifier_bits):
         return None
     if read_bits(data, data_section_bit, DATA_START_BITS) != DATA_START:
         return None
-    payload_byte, odd_bits = divmod(payload_bit, 8)
-    if odd_bits:
-        raise ValueError(f"the payload at bit {payload_bit} is not on a byte boundary")
     frames = read_bits(data, frame_count_bit, FRAME_COUNT_BITS)
     identifier = format(read_bits(data, identifier_bit, identifier_bits), f"0{identifier_bits}b")
-    command = EbrCommand(identifier, payload_byte, payload_byte + frames * PAYLOAD_FRAME_BYTES)
-    return command if command.end_byte <= len(data) else None
+    command = EbrCommand(identifier, payload_bit, payload_bit + frames * 8 * PAYLOAD_FRAME_BYTES)
+    return command if command.end_bit <= 8 * len(data) else None
 
 
 def walk_commands(data, identifier_bits):
@@ -138,18 +162,30 @@ def walk_commands(data, identifier_bits):
         command = read_command(data, opcode_bit, identifier_bits)
         if command:
             commands.append(command)
-            walked_bit = 8 * command.end_byte
+            walked_bit = command.end_bit
     return commands
 
 
 def command_crc(data, command):
-    """The CRC that a command needs with the payload that it has in `data`."""
-    return crc16(data[command.payload_byte - CRC_HEADER_BYTES:command.crc_byte])
+    """The CRC that a command needs with the payload that it has in `data`.
+
+    It covers whole bytes of the stream: as many as 96 bits and the payload have, from the byte that
+    contains the second of these 96 bits. If that is before the stream, it covers nothing and is 0.
+    With a payload on a byte boundary those are exactly the bits before the CRC field; else:
+
+        payload at bit 1 to 6 of a byte    begins and ends that many bits earlier
+        payload at bit 7 of a byte         begins and ends one bit later, in the CRC field itself
+    """
+    second_bit = command.payload_bit - 8 * CRC_HEADER_BYTES + 1
+    if second_bit < 0:
+        return 0
+    first_byte = second_bit // 8
+    return crc16(data[first_byte:first_byte + CRC_HEADER_BYTES + command.payload_bytes])
 
 
 def stored_crc(data, command):
     """The CRC that a command has in `data`."""
-    return int.from_bytes(data[command.crc_byte:command.end_byte], "big")
+    return read_bits(data, command.crc_bit, CRC_BITS)
 
 
 def leading_pad_bits(identifier):
@@ -177,7 +213,7 @@ def write_command(identifier, payload):
             + format(frames, f"0{FRAME_COUNT_BITS}b"))
     header = int(bits, 2).to_bytes(len(bits) // 8, "big")
     crc = crc16(header[-CRC_HEADER_BYTES:] + payload)
-    return header + payload + crc.to_bytes(CRC_BYTES, "big")
+    return header + payload + crc.to_bytes(CRC_BITS // 8, "big")
 
 
 def pack_payload(column, frames):
