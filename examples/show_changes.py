@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Says in words what changed between a bitstream and the one made from it.
 
-    examples/show_changes.py IN.bit RAM.wid OUT.bit
+Usage: show_changes.py IN.bit RAM.wid OUT.bit
 
 Exits with status 1 when anything but the payloads and CRC fields of the EBRs listed in RAM.wid
 differs, or when the CRC of a listed EBR is wrong in OUT.bit. An EBR whose new contents are equal
@@ -14,6 +14,7 @@ from pathlib import Path
 
 import ebrstream
 
+USAGE = __doc__.splitlines()[2]
 SHOWN = 3
 
 
@@ -143,9 +144,13 @@ def report(old, new, commands, listed, wid_name):
 
 
 def main():
-    if len(sys.argv) != 4:
-        raise SystemExit("Usage: show_changes.py IN.bit RAM.wid OUT.bit")
-    in_name, wid_name, out_name = sys.argv[1:]
+    arguments = sys.argv[1:]
+    if arguments in (["-h"], ["--help"]):
+        print(__doc__.strip())
+        return 0
+    if len(arguments) != 3:
+        raise SystemExit(USAGE)
+    in_name, wid_name, out_name = arguments
     old, wids, new = read_file(in_name), read_wids(wid_name), read_file(out_name)
     if len(old) != len(new):
         raise SystemExit(f"PROBLEM: the sizes differ: {len(old)} bytes in {in_name}, "
