@@ -188,32 +188,37 @@ def stored_crc(data, command):
     return read_bits(data, command.crc_bit, CRC_BITS)
 
 
-def leading_pad_bits(identifier):
-    """How many filler bits to put before a command so that its payload is byte-aligned.
+def leading_filler_bits(identifier, payload_shift):
+    """How many filler bits to put before a command so that its payload begins where it should.
 
-    With 9 identifier bits the command begins 96 bits, 12 whole bytes, before its payload. Other
-    widths shift the payload, and the filler bits make up for that. The CRC always covers 96 bits
-    before the payload, which are whole bytes again, but the opcode is no longer the first of them:
-    with 10 identifier bits they begin one bit after the opcode does. With fewer than 9 they begin
-    among the filler bits, of which there must be enough.
+    That is `payload_shift` bits after a byte boundary. With 9 identifier bits the command begins
+    96 bits, 12 whole bytes, before its payload, and needs no filler for a shift of 0. With fewer
+    bits the CRC covers bits before the command, so there must be enough filler for these.
     """
     header_bits = (ADDRESS_START_BITS + len(identifier) + UNCHECKED_BITS
                    + DATA_START_BITS + FRAME_COUNT_BITS)
-    return max(8 * CRC_HEADER_BYTES - header_bits, -header_bits % 8)
+    fewest = max(0, 8 * CRC_HEADER_BYTES - 1 - header_bits)
+    return fewest + (payload_shift - header_bits - fewest) % 8
 
 
-def write_command(identifier, payload):
-    """The bytes of a command, with filler bits (all 1) before it where needed."""
+def write_command(identifier, payload, payload_shift=0):
+    """The bytes of a command whose payload begins `payload_shift` bits after a byte boundary.
+
+    Filler bits (all 1) before and after the command make it whole bytes.
+    """
     frames = len(payload) // PAYLOAD_FRAME_BYTES
-    bits = ("1" * leading_pad_bits(identifier)
-            + format(ADDRESS_START, f"0{ADDRESS_START_BITS}b")
-            + identifier
-            + "0" * UNCHECKED_BITS
-            + format(DATA_START, f"0{DATA_START_BITS}b")
-            + format(frames, f"0{FRAME_COUNT_BITS}b"))
-    header = int(bits, 2).to_bytes(len(bits) // 8, "big")
-    crc = crc16(header[-CRC_HEADER_BYTES:] + payload)
-    return header + payload + crc.to_bytes(CRC_BITS // 8, "big")
+    header = ("1" * leading_filler_bits(identifier, payload_shift)
+              + format(ADDRESS_START, f"0{ADDRESS_START_BITS}b")
+              + identifier
+              + "0" * UNCHECKED_BITS
+              + format(DATA_START, f"0{DATA_START_BITS}b")
+              + format(frames, f"0{FRAME_COUNT_BITS}b"))
+    command = EbrCommand(identifier, len(header), len(header) + 8 * len(payload))
+    data = bytearray(b"\xff" * ((command.end_bit + 7) // 8))
+    write_bits(data, 0, len(header), int(header, 2))
+    write_bits(data, command.payload_bit, 8 * len(payload), int.from_bytes(payload, "big"))
+    write_bits(data, command.crc_bit, CRC_BITS, command_crc(data, command))
+    return bytes(data)
 
 
 def pack_payload(column, frames):

@@ -35,10 +35,13 @@ ROW_END = b"\xff"
 ROW_DATA_BYTES = 120
 CONFIGURATION_ROW_BYTES = len(ROW_MARKER) + 2 + ROW_DATA_BYTES + len(ROW_END)
 ROW_POOL = 512
+RARITIES = {"sparse": 4, "busy": 2, "dense": 1}
+FILLS = ("empty", "sparse", "third", "dense", "mixed")
 BLOCK_ROWS = 4_000_000 // CONFIGURATION_ROW_BYTES  # a longer stream repeats these rows
 
-MIN_IDENTIFIER_BITS = 9
+USUAL_IDENTIFIER_BITS = 9
 MAX_FRAMES = 0xFFFF
+MAX_IDENTIFIER_BITS = 64
 PHYSICAL_LINE_FRAMES = 819  # what one physical initialisation line of the tool can fill
 
 STRINGS = (b"lantern controller 2.4.1\0", b"self test passed\0", b"lamp %u: %d mA\0",
@@ -63,12 +66,15 @@ def sparse_bytes(rng, count, rarity):
     return number.to_bytes(count, "big")
 
 
-def row_data(rng):
-    """The data of one row: unused, lightly used or busy fabric."""
-    rarity = rng.choices((None, 4, 2), weights=(50, 35, 15))[0]
-    if rarity is None:
+def row_data(rng, fill):
+    """The data of one row; those of mixed rows are unused, lightly used or busy fabric."""
+    if fill == "mixed":
+        fill = rng.choices(("empty", "sparse", "busy"), weights=(50, 35, 15))[0]
+    elif fill == "third":
+        fill = rng.choice(("empty", "empty", "dense"))
+    if fill == "empty":
         return bytes(ROW_DATA_BYTES)
-    return sparse_bytes(rng, ROW_DATA_BYTES, rarity)
+    return sparse_bytes(rng, ROW_DATA_BYTES, RARITIES[fill])
 
 
 def remove_address_sections(rows):
@@ -81,9 +87,9 @@ def remove_address_sections(rows):
         rows[(opcode_bit + 30) // 8] |= 0x10
 
 
-def configuration_block(rng, row_count):
+def configuration_block(rng, row_count, fill):
     """`row_count` rows: a marker, the row's number with its top bit set, data, an end byte."""
-    pool = [row_data(rng) for _ in range(ROW_POOL)]
+    pool = [row_data(rng, fill) for _ in range(ROW_POOL)]
     block = bytearray()
     for number, data in enumerate(rng.choices(pool, k=row_count)):
         block += ROW_MARKER + (0x8000 | number & 0x7FFF).to_bytes(2, "big") + data + ROW_END
@@ -117,13 +123,16 @@ def configuration_runs(block, gaps):
 # The EBR commands
 
 
-def identifiers(command_count):
+def default_identifier_bits(command_count):
+    return max(USUAL_IDENTIFIER_BITS, command_count.bit_length())
+
+
+def identifiers(command_count, width):
     """One identifier for each command, in stream order.
 
     They count from 1: an accidental address section in a memory that is mostly zero has the
     identifier 0.
     """
-    width = max(MIN_IDENTIFIER_BITS, command_count.bit_length())
     return [format(number, f"0{width}b") for number in range(1, command_count + 1)]
 
 
@@ -144,13 +153,26 @@ def as_digits(data):
     return format(int.from_bytes(data, "big"), f"0{8 * len(data)}b").encode()
 
 
-def old_command(rng, identifier, frames):
+def payload_shift(identifier, options):
+    """How many bits after a byte boundary the payload of a command begins.
+
+    With another identifier width than the default it is 1 to 7 in turn, so that a stream has all
+    alignments but that of whole bytes.
+    """
+    if options.identifier_bits == default_identifier_bits(options.sections):
+        return 0
+    return 1 + int(identifier, 2) % 7
+
+
+def old_command(rng, identifier, options):
     """A command with old contents that contains no address section but its own."""
-    section_bit = ebrstream.leading_pad_bits(identifier)
+    frames = options.frames
+    shift = payload_shift(identifier, options)
+    section_bit = ebrstream.leading_filler_bits(identifier, shift)
     while True:
         contents = old_contents(rng, frames * ebrstream.PAYLOAD_FRAME_DATA_BITS // 8)
         payload = ebrstream.pack_payload(as_digits(contents), frames)
-        data = ebrstream.write_command(identifier, payload)
+        data = ebrstream.write_command(identifier, payload, shift)
         if ebrstream.find_address_sections(data) == [section_bit]:
             return Part(data, section_bit)
 
@@ -161,12 +183,12 @@ def old_command(rng, identifier, frames):
 def make_stream(rng, options, names):
     """The parts of the stream, in order, `options.bytes` bytes in all."""
     head = Part(HEADER_TEXT.encode() + DUMMY + SYNC_BYTES)
-    commands = [old_command(rng, name, options.frames) for name in names]
+    commands = [old_command(rng, name, options) for name in names]
     room = options.bytes - MIN_FILLER_BYTES - total_bytes([head, *commands])
     if room < 0:
         raise SystemExit(f"--bytes {options.bytes} is too small, {options.bytes - room} are needed")
     row_count = room // CONFIGURATION_ROW_BYTES
-    block = configuration_block(rng, max(1, min(row_count, BLOCK_ROWS)))
+    block = configuration_block(rng, max(1, min(row_count, BLOCK_ROWS)), options.fill)
     gaps = configuration_gaps(len(commands), row_count, options.sections_at)
     *before, after = configuration_runs(block, gaps)
     parts = [head]
@@ -264,7 +286,7 @@ def check_firmware(image, wids, options):
     width = len(wids[0])
     listed = set(wids)
     for wid, payload in zip(wids, new_payloads(image, options)):
-        command = ebrstream.write_command(wid, payload)
+        command = ebrstream.write_command(wid, payload, payload_shift(wid, options))
         for opcode_bit in ebrstream.find_address_sections(command)[1:]:
             identifier_bit = opcode_bit + ebrstream.ADDRESS_START_BITS
             cut_off = identifier_bit + width > 8 * len(command)
@@ -311,8 +333,16 @@ def parse_options():
         help="bits of each memory word that one EBR holds")
     add("--sections-at", choices=("start", "spread", "end"), default="end",
         help="where in the configuration data the EBR commands are")
+    add("--identifier-bits", metavar="N", type=int, default=argparse.SUPPRESS,
+        help="bits of an identifier; with another number than by default (9, or more for more "
+        "than 511 EBRs) every payload begins inside a byte")
+    add("--fill", choices=FILLS, default="mixed",
+        help="how much of the configuration data is set: nothing, one bit in 16, a third of the "
+        "rows, half of all bits, or some of each")
     add("--seed", metavar="N", type=int, default=1, help="another seed gives other contents")
     options = parser.parse_args()
+    if "identifier_bits" not in options:
+        options.identifier_bits = default_identifier_bits(options.sections)
     fault = fault_in(options)
     if fault:
         parser.error(fault)
@@ -328,6 +358,9 @@ def fault_in(options):
         return f"--frames must be at most {MAX_FRAMES}, its field has 16 bits"
     if options.listed > options.sections:
         return "--listed must not be greater than --sections"
+    if not options.sections.bit_length() <= options.identifier_bits <= MAX_IDENTIFIER_BITS:
+        return (f"--identifier-bits must be at most {MAX_IDENTIFIER_BITS} and enough for as many "
+                "identifiers as --sections says")
     if options.listed * options.bits_per_ebr % 8:
         return "--listed times --bits-per-ebr must be a multiple of 8: a word is whole bytes"
     capacity_bits = min(options.frames, PHYSICAL_LINE_FRAMES) * ebrstream.PAYLOAD_FRAME_DATA_BITS
@@ -339,7 +372,7 @@ def fault_in(options):
 def main():
     options = parse_options()
     rng = random.Random(options.seed)
-    names = identifiers(options.sections)
+    names = identifiers(options.sections, options.identifier_bits)
     wids = listed_identifiers(rng, names, options.listed, options.which)
     image = make_firmware(rng, options.words * options.listed * options.bits_per_ebr // 8)
     check_firmware(image, wids, options)
