@@ -203,24 +203,56 @@ def compare_growth(whole, rounds, is_fresh):
                   size / bytes_read[0], peak_bytes(command), file_bytes(folder))
 
 
+def measure(streams, rounds):
+    """All rows of the table."""
+    for is_fresh in (False, True):
+        for name, stream in streams.items():
+            yield compare_with_copy(name, stream, rounds, is_fresh)
+        yield from compare_growth(streams["S3"], rounds, is_fresh)
+
+
+def first_line(command):
+    """The first line that a command prints; None if it fails, as findmnt does in a chroot."""
+    try:
+        result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
+                                text=True, errors="replace", check=True)
+    except (OSError, subprocess.CalledProcessError):
+        return None
+    return result.stdout.partition("\n")[0].strip()
+
+
+def cpu_name():
+    try:
+        lines = Path("/proc/cpuinfo").read_text().splitlines()
+    except OSError:
+        lines = []
+    return next((line.partition(":")[2].strip() for line in lines
+                 if line.startswith("model name")), platform.machine())
+
+
 def describe_machine():
-    cpu = next((line.partition(":")[2].strip()
-                for line in Path("/proc/cpuinfo").read_text().splitlines()
-                if line.startswith("model name")), platform.machine())
-    file_system = run_quietly(["findmnt", "-n", "-o", "FSTYPE", "-T", str(DATA)]).strip()
-    compiler = run_quietly(["c++", "--version"]).splitlines()[0]
-    return (f"{cpu}, {os.cpu_count()} cores; Linux {platform.release()}; {file_system}; "
-            f"{compiler}")
+    """What the times depend on, as far as the machine says it."""
+    facts = (f"{cpu_name()}, {os.cpu_count()} cores",
+             f"Linux {platform.release()}",
+             first_line(["findmnt", "-n", "-o", "FSTYPE", "-T", str(DATA)]),
+             first_line(["c++", "--version"]))
+    return "; ".join(fact for fact in facts if fact)
 
 
 def print_table(rows):
+    """Prints each row as soon as it was measured; returns the names of those over their limit."""
     print("| Run | Stream | Yardstick | ramgraft, ms | yardstick, ms | Ratio | Limit "
           "| Peak memory, MB | .bit + .mem + contents, MB |")
-    print("|---|---|---|--:|--:|--:|--:|--:|--:|")
+    print("|---|---|---|--:|--:|--:|--:|--:|--:|", flush=True)
+    over = []
     for row in rows:
         print(f"| {row.run} | {row.stream} | {row.yardstick} | {row.time:.2f} "
               f"| {row.yardstick_time:.2f} | {row.time / row.yardstick_time:.2f} "
-              f"| {row.limit:.3g} | {row.peak_bytes / 1e6:.1f} | {row.file_bytes / 1e6:.1f} |")
+              f"| {row.limit:.3g} | {row.peak_bytes / 1e6:.1f} | {row.file_bytes / 1e6:.1f} |",
+              flush=True)
+        if row.is_over:
+            over.append(row.run)
+    return over
 
 
 def main():
@@ -230,14 +262,8 @@ def main():
     streams, rounds = (QUICK_STREAMS, QUICK_ROUNDS) if is_quick else (STREAMS, ROUNDS)
     DATA.mkdir(parents=True, exist_ok=True)
 
-    rows = []
-    for is_fresh in (False, True):
-        rows += (compare_with_copy(name, stream, rounds, is_fresh)
-                 for name, stream in streams.items())
-        rows += compare_growth(streams["S3"], rounds, is_fresh)
     print(f"{describe_machine()}\n")
-    print_table(rows)
-    over = [row.run for row in rows if row.is_over]
+    over = print_table(measure(streams, rounds))
     if over and not is_quick:
         print(f"\nOver the limit: {'; '.join(over)}")
 
