@@ -3,9 +3,9 @@
 
     bench/compare.py [--quick]
 
-The streams are made in build/bench-data and kept for the next time. --quick runs small streams
-twice, to see that everything works; its times mean nothing. The exit status is 1 when a run fails or
-its output is wrong; ratios over their limit are listed.
+The streams are made in build/bench-data. Those of mixed fill are kept for the next time. --quick
+runs small streams twice, to see that everything works; its times mean nothing. The exit status is 1
+when a run fails or its output is wrong; ratios over their limit are listed.
 """
 
 import argparse
@@ -38,16 +38,30 @@ class Stream(NamedTuple):
     which: str = "last"
     words: int = 2048
     frames: int = 256
+    fill: str = "mixed"
+    identifier_bits: int | None = None
 
     def options(self):
-        return [f"--{name}={value}" for name, value in self._asdict().items()]
+        return [f"--{name.replace('_', '-')}={value}" for name, value in self._asdict().items()
+                if value is not None]
 
     def folder(self):
-        return DATA / f"{self.bytes}-{self.listed}-of-{self.sections}"
+        name = f"{self.bytes}-{self.listed}-of-{self.sections}"
+        if self.fill != "mixed":
+            name += f"-{self.fill}"
+        if self.identifier_bits:
+            name += f"-{self.identifier_bits}-bit-identifiers"
+        return DATA / name
 
     def describe(self):
-        order = ", shuffled" if self.which == "shuffled" else ""
-        return f"{self.bytes / 1e6:g} MB, {self.listed} of {self.sections} EBRs listed{order}"
+        text = f"{self.bytes / 1e6:g} MB, {self.listed} of {self.sections} EBRs listed"
+        if self.which == "shuffled":
+            text += ", shuffled"
+        if self.fill != "mixed":
+            text += f", {self.fill}"
+        if self.identifier_bits:
+            text += f", {self.identifier_bits}-bit identifiers"
+        return text
 
 
 STREAMS = {
@@ -66,7 +80,14 @@ STREAM = ["in.bit"]
 STREAM_AND_MEMORY = ["in.bit", "firmware.mem"]
 # What cp copies, and how many times its time a run may take.
 YARDSTICKS = {"S1": (STREAM, 1.5), "S2": (STREAM_AND_MEMORY, 2), "S3": (STREAM_AND_MEMORY, 3),
-              "S5": (STREAM, 2)}
+              "S5": (STREAM, 2.6)}
+# The same for streams that are filled otherwise, which are measured to new files only.
+FILLS = ("empty", "sparse", "third", "dense")
+YARDSTICKS |= {f"S1-{fill}": (STREAM, 1.3) for fill in FILLS}
+YARDSTICKS |= {f"S5-{fill}": (STREAM, 2.6) for fill in FILLS}
+# S3u has payloads that begin inside a byte and may take this many times the time of S3.
+UNALIGNED_LIMIT = 1.1
+ROWS = ("S1", "S2", "S3", "S3u", "S4", "S5", *(name for name in YARDSTICKS if "-" in name))
 
 
 class Row(NamedTuple):
@@ -112,6 +133,7 @@ def make_stream(stream, bit_file=None):
             (folder / "in.bit").unlink()
             os.link(bit_file, folder / "in.bit")
         note.write_text(options)
+        os.sync()  # or the first runs would wait for the disk
     return folder
 
 
@@ -186,29 +208,67 @@ def compare_with_copy(name, stream, rounds, is_fresh):
                file_bytes(folder))
 
 
+class Contestant(NamedTuple):
+    """One of several runs that are compared with each other."""
+
+    name: str
+    stream: Stream
+    folder: Path
+    limit: float = 1
+
+
+def compare_runs(contestants, rounds, is_fresh):
+    """A row for each of several runs in turn, the first one the yardstick."""
+    commands = [ramgraft_command(contestant.folder) for contestant in contestants]
+    outputs = [[command[-1]] for command in commands]
+    times = time_in_turn(commands, outputs, rounds, is_fresh)
+    for contestant, command, time in zip(contestants, commands, times):
+        check_output(contestant.folder)
+        run = f"{contestant.name}{', new file' if is_fresh else ''}"
+        yield Row(run, contestant.stream.describe(), contestants[0].name, time, times[0],
+                  contestant.limit, peak_bytes(command), file_bytes(contestant.folder))
+
+
 def compare_growth(whole, rounds, is_fresh):
-    """Rows for S4: a quarter, half and all of the same sections, the first one the yardstick."""
+    """Rows for S4: a quarter, half and all of the EBRs listed, the first one the yardstick."""
     bit_file = make_stream(whole) / "in.bit"
     streams = [whole._replace(listed=whole.sections // parts) for parts in (4, 2, 1)]
     folders = [make_stream(stream, bit_file) for stream in streams]
-    commands = [ramgraft_command(folder) for folder in folders]
-    outputs = [[command[-1]] for command in commands]
-    times = time_in_turn(commands, outputs, rounds, is_fresh)
     bytes_read = [sum((folder / name).stat().st_size for name in STREAM_AND_MEMORY)
                   for folder in folders]
-    for folder, command, stream, time, size in zip(folders, commands, streams, times, bytes_read):
-        check_output(folder)
-        run = f"S4, {stream.listed}{', new file' if is_fresh else ''}"
-        yield Row(run, stream.describe(), f"S4, {streams[0].listed}", time, times[0],
-                  size / bytes_read[0], peak_bytes(command), file_bytes(folder))
+    contestants = [Contestant(f"S4, {stream.listed}", stream, folder, size / bytes_read[0])
+                   for stream, folder, size in zip(streams, folders, bytes_read)]
+    return compare_runs(contestants, rounds, is_fresh)
 
 
-def measure(streams, rounds):
-    """All rows of the table."""
+def compare_alignment(aligned, unaligned, rounds, is_fresh):
+    """A row for S3u, in turn with S3."""
+    contestants = [Contestant("S3", aligned, make_stream(aligned)),
+                   Contestant("S3u", unaligned, make_stream(unaligned), UNALIGNED_LIMIT)]
+    return list(compare_runs(contestants, rounds, is_fresh))[1:]
+
+
+def compare_fill(name, stream, rounds):
+    """A row for a stream of another fill, which isn't kept: with its output it may take 512 MB."""
+    row = compare_with_copy(name, stream, rounds, is_fresh=True)
+    shutil.rmtree(stream.folder())
+    return row
+
+
+def measure(names, streams, rounds):
+    """The rows for the names in ROWS."""
     for is_fresh in (False, True):
-        for name, stream in streams.items():
-            yield compare_with_copy(name, stream, rounds, is_fresh)
-        yield from compare_growth(streams["S3"], rounds, is_fresh)
+        for name in names:
+            if name == "S3u":
+                unaligned = streams["S3"]._replace(identifier_bits=16)
+                yield from compare_alignment(streams["S3"], unaligned, rounds, is_fresh)
+            elif name == "S4":
+                yield from compare_growth(streams["S3"], rounds, is_fresh)
+            elif name in streams:
+                yield compare_with_copy(name, streams[name], rounds, is_fresh)
+            elif is_fresh:
+                size, _, fill = name.partition("-")
+                yield compare_fill(name, streams[size]._replace(fill=fill), rounds)
 
 
 def first_line(command):
@@ -261,9 +321,8 @@ def main():
     is_quick = parser.parse_args().quick
     streams, rounds = (QUICK_STREAMS, QUICK_ROUNDS) if is_quick else (STREAMS, ROUNDS)
     DATA.mkdir(parents=True, exist_ok=True)
-
     print(f"{describe_machine()}\n")
-    over = print_table(measure(streams, rounds))
+    over = print_table(measure(ROWS, streams, rounds))
     if over and not is_quick:
         print(f"\nOver the limit: {'; '.join(over)}")
 
