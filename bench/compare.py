@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Times runs of the release build in turn with a yardstick and prints a Markdown table.
 
-    bench/compare.py [--quick]
+    bench/compare.py [--quick] [--rounds N] [--only ROW...]
 
 The streams are made in build/bench-data. Those of mixed fill are kept for the next time. --quick
 runs small streams twice, to see that everything works; its times mean nothing. The exit status is 1
@@ -315,15 +315,28 @@ def print_table(rows):
     return over
 
 
-def main():
+def parse_options():
     parser = argparse.ArgumentParser(description="Time the release build against yardsticks.")
     parser.add_argument("--quick", action="store_true", help="only see that everything works")
-    is_quick = parser.parse_args().quick
-    streams, rounds = (QUICK_STREAMS, QUICK_ROUNDS) if is_quick else (STREAMS, ROUNDS)
+    parser.add_argument("--rounds", metavar="N", type=int,
+                        help=f"runs that count, of each side (default: {ROUNDS})")
+    parser.add_argument("--only", metavar="ROW", nargs="+", choices=ROWS, default=ROWS,
+                        help=f"measure only these of {', '.join(ROWS)}")
+    options = parser.parse_args()
+    if options.rounds is None:
+        options.rounds = QUICK_ROUNDS if options.quick else ROUNDS
+    if options.rounds < 1:
+        parser.error("--rounds must be at least 1")
+    return options
+
+
+def main():
+    options = parse_options()
     DATA.mkdir(parents=True, exist_ok=True)
     print(f"{describe_machine()}\n")
-    over = print_table(measure(ROWS, streams, rounds))
-    if over and not is_quick:
+    streams = QUICK_STREAMS if options.quick else STREAMS
+    over = print_table(measure(options.only, streams, options.rounds))
+    if over and not options.quick:
         print(f"\nOver the limit: {'; '.join(over)}")
 
 
