@@ -12,11 +12,11 @@ namespace {
 
 constexpr std::uint64_t SEED = 1;
 
-// 17 bits make the part of a section before its payload 13 whole bytes.
-constexpr unsigned WID_BITS = 17;
-constexpr std::uint64_t BEFORE_PAYLOAD_BITS = 104;
-static_assert(ADDRESS_SECTION_BITS + WID_BITS + UNCHECKED_BITS + 16 + DATA_COUNT_BITS ==
-              BEFORE_PAYLOAD_BITS);
+// 17 bits make the part of a command before its payload 13 whole bytes.
+constexpr unsigned IDENTIFIER_BITS = 17;
+constexpr std::uint64_t BEFORE_PAYLOAD_BITS =
+    IDENTIFIER_OFFSET + IDENTIFIER_BITS + UNCHECKED_BITS + 2 * OPCODE_BITS + FRAME_COUNT_BITS;
+static_assert(BEFORE_PAYLOAD_BITS % 8 == 0);
 
 }  // namespace
 
@@ -45,37 +45,31 @@ std::string makeMemoryText(std::size_t size, std::size_t wordBits) {
   return text;
 }
 
-SectionStream::SectionStream(std::size_t numSections, int numFrames)
-    : payloadBits(FRAME_BITS * static_cast<std::uint64_t>(numFrames)) {
-  const std::uint64_t sectionBits = BEFORE_PAYLOAD_BITS + payloadBits + CRC_BITS;
-  const std::size_t size = numSections * sectionBits / 8;
+CommandStream::CommandStream(std::size_t numCommands, std::uint64_t numFrames) {
+  const std::uint64_t commandBits = BEFORE_PAYLOAD_BITS + FRAME_BITS * numFrames + CRC_BITS;
+  const std::size_t size = numCommands * commandBits / 8;
   ByteBuffer bytes = makeConfiguration((size + 7) / 8 * 8, Fill::DENSE);
   bytes.resize(size);
   bitstream.pushBytes(std::move(bytes));
-  for (std::size_t i = 0; i < numSections; ++i) {
-    std::uint64_t at = i * sectionBits;
+  for (std::size_t i = 0; i < numCommands; ++i) {
+    std::uint64_t at = i * commandBits;
     const auto put = [&](std::uint64_t value, unsigned count) {
       std::array<unsigned char, 8> field;
       storeBigEndian64(field.data(), value << (64 - count));
       bitstream.overwriteBits(at, field.data(), count);
       at += count;
     };
-    put(0xF6, 8);
+    sections.push_back(at);
+    put(EBR_ADDRESS_OPCODE, OPCODE_BITS);
     put(0, ADDRESS_ZERO_BITS);
-    put(i, WID_BITS);
+    put(i, IDENTIFIER_BITS);
     put(0, UNCHECKED_BITS);
-    put(0xB2D0, 16);
-    put(static_cast<std::uint64_t>(numFrames), DATA_COUNT_BITS);
-    payloads.push_back(at);
-    at += payloadBits;
+    put(TAV_EBR_WRITE_OPCODE, OPCODE_BITS);
+    put(CRC_DUMMY_FLAGS, OPCODE_BITS);
+    put(numFrames, FRAME_COUNT_BITS);
+    at += FRAME_BITS * numFrames;
     put(0, CRC_BITS);
-
-    std::string wid;
-    for (unsigned bit = WID_BITS; bit-- > 0;) wid += (i >> bit & 1) != 0 ? '1' : '0';
-    wids.push_back(wid);
+    const std::uint64_t identifier = sections.back() + IDENTIFIER_OFFSET;
+    bitstream.appendDigits(identifier, identifier + IDENTIFIER_BITS, wids.emplace_back());
   }
-}
-
-std::uint64_t SectionStream::payloadBehind(std::uint64_t identifierIndex) {
-  return identifierIndex + BEFORE_PAYLOAD_BITS - ADDRESS_SECTION_BITS;
 }

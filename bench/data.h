@@ -16,24 +16,19 @@ enum class Fill {
   DENSE,   ///< every second one, as in random contents
 };
 
-/// `size` random bytes, a multiple of 8. No EBR address section stands in them: one bit in every
-/// four bytes is always set, which is too close for the zero run behind an address opcode.
+/// `size` random bytes, a multiple of 8. They contain no EBR address section: one bit in every four
+/// bytes is always set, which is too close for the zero bits after an address opcode.
 ByteBuffer makeConfiguration(std::size_t size, Fill fill);
 
 /// A memory file of about `size` bytes: words of `wordBits` bits, a multiple of 8, one a line.
 std::string makeMemoryText(std::size_t size, std::size_t wordBits);
 
-/// A stream of EBR sections one after the other, with random contents and CRC fields of 0, at
-/// which nothing is warned of.
-struct SectionStream {
-  SectionStream(std::size_t numSections, int numFrames);
+/// A stream of EBR commands one after the other, with random contents and CRC fields of 0.
+struct CommandStream {
+  CommandStream(std::size_t numCommands, std::uint64_t numFrames);
 
-  /// Bit index of the first payload bit behind the identifier at `identifierIndex`.
-  static std::uint64_t payloadBehind(std::uint64_t identifierIndex);
-
-  std::uint64_t payloadBits;            ///< of each section
   std::vector<std::string> wids;        ///< in stream order
-  std::vector<std::uint64_t> payloads;  ///< bit index of each section's first payload bit
+  std::vector<std::uint64_t> sections;  ///< bit index of each address section
   Bitstream bitstream{0};
 };
 

@@ -7,32 +7,33 @@
 #include "base/assertion.h"
 #include "data.h"
 #include "ebr/crc.h"
-#include "steps/ramgraftebr.h"
+#include "ebr/edit.h"
+#include "ebr/format.h"
 
 namespace {
 
 // Argument: frames of each payload, all of which the new contents fill.
-void BM_replaceEbrContents(benchmark::State& state) {
+void BM_replaceContents(benchmark::State& state) {
   constexpr std::size_t NUM_EBRS = 32;
   constexpr std::uint64_t BITS_PER_EBR = 8;
-  const auto numFrames = static_cast<int>(state.range(0));
-  SectionStream stream(NUM_EBRS, numFrames);
-  EbrContents contents(NUM_EBRS, BITS_PER_EBR);
-  contents.appendBytes(
-      std::vector<unsigned char>(NUM_EBRS * 8 * static_cast<std::size_t>(numFrames), 0x5A));
-  BitstreamTraverser traverser(&stream.bitstream);
+  const auto numFrames = static_cast<std::uint64_t>(state.range(0));
+  CommandStream stream(NUM_EBRS, numFrames);
+  MemoryWords words(NUM_EBRS, BITS_PER_EBR);
+  words.appendBytes(std::vector<unsigned char>(NUM_EBRS * FRAME_PAYLOAD_WORDS * numFrames, 0x5A));
   for ([[maybe_unused]] auto _ : state) {
-    EbrColumns columns(contents);
+    EbrColumns columns(words);
     for (std::size_t i = 0; i < NUM_EBRS; ++i) {
-      traverser.setBitIndex(stream.payloads[i]);
-      const bool isReplaced = replaceEbrContents(traverser, columns, i, numFrames, stream.wids[i]);
-      assertThat(isReplaced, "BM_replaceEbrContents", "isReplaced");
+      const EbrCommand command =
+          readEbrCommand(stream.bitstream, stream.sections[i], stream.wids[i].size());
+      const Edit edit = replaceContents(stream.bitstream, command, columns, i);
+      assertThat(edit.writtenWords == FRAME_PAYLOAD_WORDS * numFrames, "BM_replaceContents",
+                 "edit.writtenWords");
     }
   }
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(NUM_EBRS) *
-                          static_cast<std::int64_t>(stream.payloadBits / 8));
+  state.SetBytesProcessed(state.iterations() *
+                          static_cast<std::int64_t>(NUM_EBRS * numFrames * FRAME_BITS / 8));
 }
-BENCHMARK(BM_replaceEbrContents)->Arg(16)->Arg(256)->Arg(819);
+BENCHMARK(BM_replaceContents)->Arg(16)->Arg(256)->Arg(819);
 
 // The definition of the CRC, one bit after the other.
 std::uint16_t crc16BitAtATime(const unsigned char* bytes, std::size_t size, std::uint16_t crc = 0) {
@@ -57,7 +58,7 @@ void BM_crc16(benchmark::State& state, Crc crc) {
   for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(crc(bytes.data(), size, 0));
   state.SetBytesProcessed(state.iterations() * state.range(0));
 }
-BENCHMARK_CAPTURE(BM_crc16, folded, crc16)->RangeMultiplier(32)->Range(64, 64 << 10);
+BENCHMARK_CAPTURE(BM_crc16, tables, crc16)->RangeMultiplier(32)->Range(64, 64 << 10);
 BENCHMARK_CAPTURE(BM_crc16, bitAtATime, crc16BitAtATime)->RangeMultiplier(32)->Range(64, 64 << 10);
 
 }  // namespace

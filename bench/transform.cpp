@@ -9,18 +9,19 @@
 #include "base/assertion.h"
 #include "data.h"
 #include "ebr/columns.h"
+#include "steps/physicaltext.h"
 
 namespace {
 
 constexpr std::int64_t NUM_WORDS = 2048;
 
 // `numWords` words of random bits for `numEbrs` EBRs.
-EbrContents makeContents(std::int64_t numWords, std::int64_t numEbrs, std::int64_t bitsPerEbr) {
+MemoryWords makeWords(std::int64_t numWords, std::int64_t numEbrs, std::int64_t bitsPerEbr) {
   const auto size = static_cast<std::size_t>(numWords * numEbrs * bitsPerEbr / 8);
   const ByteBuffer bytes = makeConfiguration(size, Fill::DENSE);
-  EbrContents contents(static_cast<std::uint64_t>(numEbrs), static_cast<std::uint64_t>(bitsPerEbr));
-  contents.appendBytes(std::vector<unsigned char>(bytes.data(), bytes.data() + bytes.size()));
-  return contents;
+  MemoryWords words(static_cast<std::uint64_t>(numEbrs), static_cast<std::uint64_t>(bitsPerEbr));
+  words.appendBytes(std::vector<unsigned char>(bytes.data(), bytes.data() + bytes.size()));
+  return words;
 }
 
 // Arguments: bits of a word, bytes of the memory file.
@@ -28,15 +29,15 @@ void BM_appendWord(benchmark::State& state) {
   const std::string text = makeMemoryText(static_cast<std::size_t>(state.range(1)),
                                           static_cast<std::size_t>(state.range(0)));
   for ([[maybe_unused]] auto _ : state) {
-    EbrContents contents(static_cast<std::uint64_t>(state.range(0)) / 8, 8);
-    contents.reserve(text.size() / 2 + 1);
+    MemoryWords words(static_cast<std::uint64_t>(state.range(0)) / 8, 8);
+    words.reserve(text.size() / 2 + 1);
     for (std::string_view rest = text; !rest.empty();) {
       const std::size_t length = rest.find('\n');
-      const bool isWord = contents.appendWord(rest.substr(0, length));
+      const bool isWord = words.appendWord(rest.substr(0, length));
       assertThat(isWord, "BM_appendWord", "isWord");
       rest.remove_prefix(length + 1);
     }
-    benchmark::DoNotOptimize(contents.getLongestColumnBits());
+    benchmark::DoNotOptimize(words.getLongestColumnBits());
   }
   state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
@@ -44,10 +45,10 @@ BENCHMARK(BM_appendWord)->ArgsProduct({{8, 256, 8000}, {64 << 10, 1 << 20, 16 <<
 
 // Reads the columns of all EBRs. Arguments: bits of each word that an EBR holds, number of EBRs.
 void BM_columns(benchmark::State& state) {
-  const EbrContents contents = makeContents(NUM_WORDS, state.range(1), state.range(0));
+  const MemoryWords words = makeWords(NUM_WORDS, state.range(1), state.range(0));
   for ([[maybe_unused]] auto _ : state) {
-    EbrColumns columns(contents);
-    for (std::uint64_t ebr = 0; ebr < contents.getNumEbrs(); ++ebr) {
+    EbrColumns columns(words);
+    for (std::uint64_t ebr = 0; ebr < words.getNumEbrs(); ++ebr) {
       benchmark::DoNotOptimize(columns.get(ebr).data());
     }
   }
@@ -58,8 +59,8 @@ BENCHMARK(BM_columns)->ArgsProduct({{1, 8, 9, 16, 36}, {8, 64, 1000}});
 // Argument: data bits in the column, at most those of 819 frames. The line is as long for few bits
 // as for many.
 void BM_makePhysicalLine(benchmark::State& state) {
-  const EbrContents contents = makeContents(state.range(0) / 8, 1, 8);
-  EbrColumns columns(contents);
+  const MemoryWords words = makeWords(state.range(0) / 8, 1, 8);
+  EbrColumns columns(words);
   for ([[maybe_unused]] auto _ : state) benchmark::DoNotOptimize(makePhysicalLine(columns, 0));
   state.SetBytesProcessed(state.iterations() * state.range(0) / 8);
 }
