@@ -1,0 +1,45 @@
+# How everything here is compiled and linked. Every target links one of two interface libraries:
+#
+#   ramgraft_options  warnings
+#   ramgraft_program  the same for an executable that is handed out: also position-independent and,
+#                     where that works, static
+
+option(RAMGRAFT_WERROR "Treat warnings as errors" OFF)
+option(RAMGRAFT_STATIC "Link statically where that works, but never with tests or sanitizers" ON)
+
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+include(CheckCXXSourceCompiles)
+
+string(TOUPPER "CMAKE_CXX_FLAGS_${CMAKE_BUILD_TYPE}" flags_of_type)
+set(flags "${CMAKE_CXX_FLAGS} ${${flags_of_type}}")
+
+add_library(ramgraft_options INTERFACE)
+target_compile_options(ramgraft_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${RAMGRAFT_WERROR}>:-Werror>
+  -fPIE)
+
+add_library(ramgraft_program INTERFACE)
+target_link_libraries(ramgraft_program INTERFACE ramgraft_options)
+set(link -pie)
+# Tests preload a library into the tool, and sanitizers' runtimes are dynamic.
+if(RAMGRAFT_STATIC AND NOT RAMGRAFT_TESTS AND NOT flags MATCHES "-fsanitize")
+  set(CMAKE_REQUIRED_FLAGS -fPIE)
+  set(CMAKE_REQUIRED_LINK_OPTIONS -static-pie)
+  check_cxx_source_compiles("#include <iostream>\nint main() { std::cout << 1; }"
+    RAMGRAFT_STATIC_WORKS)
+  unset(CMAKE_REQUIRED_FLAGS)
+  unset(CMAKE_REQUIRED_LINK_OPTIONS)
+  if(RAMGRAFT_STATIC_WORKS)
+    # A run is as short as its start-up, and half of that would be the dynamic linker's.
+    set(link -static-pie)
+  else()
+    message(STATUS "A static link doesn't work here, so programs are linked dynamically")
+  endif()
+endif()
+target_link_options(ramgraft_program INTERFACE ${link})
