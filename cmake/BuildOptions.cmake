@@ -1,6 +1,6 @@
 # How everything here is compiled and linked. Every target links one of two interface libraries:
 #
-#   ramgraft_options  warnings
+#   ramgraft_options  warnings and hardening
 #   ramgraft_program  the same for an executable that is handed out: also position-independent and,
 #                     where that works, static
 
@@ -14,6 +14,7 @@ set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 
 string(TOUPPER "CMAKE_CXX_FLAGS_${CMAKE_BUILD_TYPE}" flags_of_type)
@@ -22,7 +23,17 @@ set(flags "${CMAKE_CXX_FLAGS} ${${flags_of_type}}")
 add_library(ramgraft_options INTERFACE)
 target_compile_options(ramgraft_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${RAMGRAFT_WERROR}>:-Werror>
-  -fPIE)
+  -fPIE -fstack-protector-strong)
+target_link_options(ramgraft_options INTERFACE -Wl,-z,relro -Wl,-z,now)
+foreach(flag IN ITEMS -fcf-protection -fstack-clash-protection)  # not every machine has these
+  string(MAKE_C_IDENTIFIER "RAMGRAFT_HAS${flag}" has_flag)
+  check_cxx_compiler_flag(${flag} ${has_flag})
+  target_compile_options(ramgraft_options INTERFACE $<$<BOOL:${${has_flag}}>:${flag}>)
+endforeach()
+# The checks of the C library need an optimising compiler, and hide calls from sanitizers.
+if(flags MATCHES "-O[1-9sgf]" AND NOT flags MATCHES "-O0|-fsanitize")
+  target_compile_options(ramgraft_options INTERFACE -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+endif()
 
 add_library(ramgraft_program INTERFACE)
 target_link_libraries(ramgraft_program INTERFACE ramgraft_options)
