@@ -1,6 +1,6 @@
 # How everything here is compiled and linked. Every target links one of two interface libraries:
 #
-#   ramgraft_options  warnings and hardening
+#   ramgraft_options  warnings, hardening, and no trace of the folder where it was built
 #   ramgraft_program  the same for an executable that is handed out: also position-independent and,
 #                     where that works, static
 
@@ -23,7 +23,9 @@ set(flags "${CMAKE_CXX_FLAGS} ${${flags_of_type}}")
 add_library(ramgraft_options INTERFACE)
 target_compile_options(ramgraft_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion $<$<BOOL:${RAMGRAFT_WERROR}>:-Werror>
-  -fPIE -fstack-protector-strong)
+  -fPIE -fstack-protector-strong
+  # __FILE__ counts from the source folder, so that the same source gives the same program anywhere.
+  -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
 target_link_options(ramgraft_options INTERFACE -Wl,-z,relro -Wl,-z,now)
 foreach(flag IN ITEMS -fcf-protection -fstack-clash-protection)  # not every machine has these
   string(MAKE_C_IDENTIFIER "RAMGRAFT_HAS${flag}" has_flag)
