@@ -7,6 +7,12 @@
 option(RAMGRAFT_WERROR "Treat warnings as errors" OFF)
 option(RAMGRAFT_STATIC "Link statically where that works, but never with tests or sanitizers" ON)
 
+if((CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 12) OR
+   (CMAKE_CXX_COMPILER_ID STREQUAL "Clang" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 14))
+  message(FATAL_ERROR "ramgraft needs GCC 12 or Clang 14 or later, and ${CMAKE_CXX_COMPILER} is "
+    "${CMAKE_CXX_COMPILER_ID} ${CMAKE_CXX_COMPILER_VERSION}.")
+endif()
+
 if(NOT CMAKE_BUILD_TYPE)
   set(CMAKE_BUILD_TYPE Release)
 endif()
