@@ -19,18 +19,19 @@ std::size_t expectedBytes(const struct stat& status) {
 
 using Outcome = ReadResult::Outcome;
 
-// Opens the file and fills in its status. After a failure the outcome is set and the file not open.
-FileDescriptor openToRead(const std::string& fileName, ReadResult& result) {
-  FileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
-  if (!file.isOpen()) {
-    result.outcome = Outcome::CANT_OPEN;
+FileDescriptor openToRead(const std::string& fileName) {
+  return FileDescriptor(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+}
+
+// A file's status before it is read. Comes right after the file was opened: errno says why, if it
+// is not open.
+ReadResult lookAt(const FileDescriptor& file) {
+  ReadResult result;
+  if (!file.isOpen() || ::fstat(file.get(), &result.status) != 0) {
+    result.outcome = file.isOpen() ? Outcome::CANT_READ : Outcome::CANT_OPEN;
     result.error = errno;
-  } else if (::fstat(file.get(), &result.status) != 0) {
-    result.outcome = Outcome::CANT_READ;
-    result.error = errno;
-    file.close();
   }
-  return file;
+  return result;
 }
 
 // True if a file was written to between two looks at its status. Misses a change that keeps size
@@ -61,25 +62,25 @@ bool readPiece(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result
   return false;
 }
 
-void readToEnd(const FileDescriptor& file, ByteBuffer& bytes, ReadResult& result) {
+}  // namespace
+
+ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
+  return readWholeFile(openToRead(fileName), bytes);
+}
+
+ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes) {
+  ReadResult result = lookAt(file);
+  if (result.outcome != Outcome::DONE) return result;
   bytes.resize(0);
   bytes.reserve(expectedBytes(result.status));
   while (readPiece(file, bytes, result)) {
     if (bytes.size() == bytes.capacity()) bytes.reserve(bytes.capacity() * 2);
   }
-}
-
-}  // namespace
-
-ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
-  ReadResult result;
-  const FileDescriptor file = openToRead(fileName, result);
-  if (result.outcome == Outcome::DONE) readToEnd(file, bytes, result);
   return result;
 }
 
 LineReader::LineReader(const std::string& fileName, std::string_view commentCharacters)
-    : comments(commentCharacters), file(openToRead(fileName, result)) {
+    : comments(commentCharacters), file(openToRead(fileName)), result(lookAt(file)) {
   constexpr std::size_t PIECE = 64 << 10;  // stays in a cache until its lines have been used
   bytes.reserve(PIECE);
   readMore();
@@ -88,7 +89,7 @@ LineReader::LineReader(const std::string& fileName, std::string_view commentChar
 // Moves the bytes not yet returned to the front and appends more. False when the file has no more,
 // or can't be read.
 bool LineReader::readMore() {
-  if (!file.isOpen()) return false;
+  if (!file.isOpen() || result.outcome != Outcome::DONE) return false;
   const std::size_t left = bytes.size() - begin;
   std::memmove(bytes.data(), bytes.data() + begin, left);
   bytes.resize(left);

@@ -26,6 +26,8 @@ struct ReadResult {
 /// Reads all bytes of the named file, which may be a pipe, into `bytes`, whose earlier contents are
 /// lost. Afterwards the file doesn't matter any more.
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
+/// The same for a file that has just been opened. If that failed, errno says why.
+ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes);
 
 /// One line of a text file.
 struct TextLine {
@@ -55,8 +57,8 @@ class LineReader {
   bool takeLine(std::string_view& line);
 
   std::string_view comments;
+  FileDescriptor file;  ///< closed when its end was read
   ReadResult result;
-  FileDescriptor file;       ///< closed when its end was read
   ByteBuffer bytes;          ///< a piece of the file
   std::size_t begin = 0;     ///< offset in `bytes` of the first byte not yet returned
   std::uint64_t number = 0;  ///< of the line returned last
