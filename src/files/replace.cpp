@@ -1,74 +1,55 @@
 // The way of a regular file: write to a file without a name in the target's folder, give it a
-// temporary name, rename it over the target. Where the file system knows no unnamed files, or there
-// is no /proc to name them through, the temporary has its name from the start. Signals wait for as
+// temporary name, rename it over the target. If the file system knows no unnamed files, or there is
+// no /proc to name them through, the temporary has its name from the start. Signals wait for as
 // long as there may be such a name.
 #include "files/replace.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/random.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
-#include <climits>
 #include <cstdint>
 #include <cstdio>
-#include <string_view>
+#include <utility>
 
 #include "base/bytebuffer.h"
+#include "files/access.h"
+#include "files/place.h"
 #include "files/read.h"
 
 namespace {
 
-// ---- Names ----
+// What is returned beside 0 and the system's error numbers: the old file can't be renamed over.
+constexpr int ONLY_IN_PLACE = -1;
 
-// The number in the name of an open descriptor, or -1 for any other name.
-int namedDescriptor(std::string_view path) {
-  if (path == "/dev/stdout") return STDOUT_FILENO;
-  if (path == "/dev/stderr") return STDERR_FILENO;
-  for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/"}) {
-    if (!path.starts_with(folder)) continue;
-    const std::string_view digits = path.substr(folder.size());
-    int number = -1;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
-    if (error == std::errc() && end == digits.data() + digits.size()) return number;
-  }
-  return -1;
-}
+// What is to be written, and over what.
+struct Replacement {
+  const unsigned char* bytes;
+  std::size_t size;
+  FileDescriptor old;        ///< what the name led to; not open if that was nothing
+  struct stat oldStatus {};  ///< all 0 if there is no old file
+  bool isFlushed = false;    ///< to be on the disk before it replaces the old file
+};
 
-// The folder part of a path, with its slash; empty for a name in the working folder.
-std::string folderOf(const std::string& path) { return path.substr(0, path.rfind('/') + 1); }
-
-// Follows the symlinks that the last component of a path leads through, so that the file at their
-// end, which need not exist, is replaced and not a link. Stops at the name of an open descriptor,
-// and at another process's, where the text of a link is no path. 0 or the error number.
-int followLinks(std::string& path) {
-  constexpr int MOST_LINKS = 40;  // as many as the system itself follows
-  std::array<char, PATH_MAX> target;
-  for (int links = 0; links < MOST_LINKS; ++links) {
-    const bool isProcess = path.starts_with("/proc/") && path.find("/fd/") != std::string::npos;
-    if (namedDescriptor(path) >= 0 || isProcess) return 0;
-    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
-    if (length < 0) return errno == EINVAL || errno == ENOENT ? 0 : errno;  // no link, or nothing
-    const std::string_view to(target.data(), static_cast<std::size_t>(length));
-    path = to.starts_with('/') ? std::string(to) : folderOf(path).append(to);
-  }
-  return ELOOP;
+// The name under which the system keeps an open file: leads to that file and no other.
+std::string ownNameOf(const FileDescriptor& file) {
+  return "/proc/self/fd/" + std::to_string(file.get());
 }
 
 // ---- The temporary ----
 
-// A name beside the target that no other file has. Its end removes the file that was made under it,
-// unless that has been renamed; the file of another that has the name nevertheless stays.
+// A name in the folder of the target that no other file has. The destructor removes the file
+// created under this name unless it was renamed. A file someone else created under it is left
+// alone.
 class TemporaryName {
  public:
-  explicit TemporaryName(int folderDescriptor) : folder(folderDescriptor) {
-    std::uint64_t random = 0;
-    if (::getrandom(&random, sizeof random, 0) != sizeof random) {
-      random = static_cast<std::uint64_t>(::getpid());
-    }
+  explicit TemporaryName(const FileDescriptor& folderToUse) : folder(folderToUse.get()) {
+    std::uint64_t random = 0;  // good enough if there are no random numbers
+    static_cast<void>(!::getrandom(&random, sizeof random, 0));
     std::snprintf(name.data(), name.size(), ".ramgraft-%016llx.tmp",
                   static_cast<unsigned long long>(random));
   }
@@ -80,10 +61,10 @@ class TemporaryName {
     if (isMade) ::unlinkat(folder, name.data(), 0);
   }
 
-  // Gives an open file without a name this one. Whether that was done.
+  // Gives an open file without a name this one. True if that was done.
   bool give(const FileDescriptor& file) {
-    const std::string self = "/proc/self/fd/" + std::to_string(file.get());
-    isMade = ::linkat(AT_FDCWD, self.c_str(), folder, name.data(), AT_SYMLINK_FOLLOW) == 0;
+    isMade =
+        ::linkat(AT_FDCWD, ownNameOf(file).c_str(), folder, name.data(), AT_SYMLINK_FOLLOW) == 0;
     return isMade;
   }
 
@@ -110,110 +91,97 @@ class TemporaryName {
 
 // ---- Writing ----
 
-// What is to be written, and over what.
-struct Replacement {
-  std::string path;  ///< links followed
-  const unsigned char* bytes;
-  std::size_t size;
-  bool isOldKnown;        ///< a file of that name is there ...
-  struct stat oldStatus;  ///< ... and this is its status
-  bool isFlushed;         ///< to be on the disk before it replaces the old file
-  const FileIdentity& input;
-};
-
-// Gives a new file the old one's owner, group and mode. Owner and group only where that is allowed;
-// the bits that lend the owner's rights are then not passed on to another's file.
-int takeOverOwnerAndMode(const FileDescriptor& file, const struct stat& old) {
-  struct stat status {};
-  if (::fstat(file.get(), &status) != 0) return errno;
-  mode_t mode = old.st_mode & 07777;
-  const bool isSameOwner = status.st_uid == old.st_uid && status.st_gid == old.st_gid;
-  if (!isSameOwner && ::fchown(file.get(), old.st_uid, old.st_gid) != 0) {
-    static_cast<void>(!::fchown(file.get(), static_cast<uid_t>(-1), old.st_gid));
-    mode &= 0777;
-  }
-  if ((status.st_mode & 07777) == mode) return 0;
-  return ::fchmod(file.get(), mode) == 0 ? 0 : errno;
-}
-
 // Everything between the opening of a temporary file and its renaming.
 int fill(const FileDescriptor& file, const Replacement& replacement) {
   std::size_t written = 0;
   int error = file.write(replacement.bytes, replacement.size, written);
-  if (error == 0 && replacement.isOldKnown)
-    error = takeOverOwnerAndMode(file, replacement.oldStatus);
+  if (error == 0 && replacement.old.isOpen()) {
+    error = takeOverAccess(file, replacement.old, replacement.oldStatus);
+  }
   if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
   return error;
 }
 
-// Whether the error means that the folder takes no new file, or that the target can't be renamed
-// over: another's file in a folder like /tmp, or a file that is a mount point of its own.
-bool mustStayInPlace(int error) {
-  return error == EACCES || error == EPERM || error == EROFS || error == EBUSY;
+// What an error of making or renaming the temporary comes to: an old file is written in place if
+// its folder takes no new file, or if it can't be renamed over. That is so for another's file in a
+// folder like /tmp, and for a file that is a mount point of its own.
+int orOnlyInPlace(int error, const Replacement& replacement) {
+  const bool isRefused = error == EACCES || error == EPERM || error == EROFS || error == EBUSY;
+  return isRefused && replacement.old.isOpen() ? ONLY_IN_PLACE : error;
 }
 
-// Writes beside the target and renames. `isInPlaceOnly` tells that this folder can't have that.
-int replaceByRename(const Replacement& replacement, const SignalHold& signals,
-                    bool& isInPlaceOnly) {
-  const std::string folderName = folderOf(replacement.path);
-  const FileDescriptor folder(
-      ::open(folderName.empty() ? "." : folderName.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-  if (!folder.isOpen()) return errno;
-
+// Writes a new file and gives it the place of the old one, if there is one.
+int replaceByRename(const Replacement& replacement, const Place& place, const SignalHold& signals) {
   // Until it has the mode of the old file, which may be a private one, it is for nobody else.
-  const mode_t mode = replacement.isOldKnown ? 0600 : 0666;
-  FileDescriptor file(::openat(folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
+  const mode_t mode = replacement.old.isOpen() ? 0600 : 0666;
+  FileDescriptor file(::openat(place.folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
   if (file.isOpen()) {
     if (const int error = fill(file, replacement); error != 0) return error;
   }
   signals.begin();  // they would leave the temporary behind
-  TemporaryName name(folder.get());
+  TemporaryName name(place.folder);
   if (!file.isOpen() || !name.give(file)) {
     file = name.create(mode);
-    if (!file.isOpen()) {
-      isInPlaceOnly = mustStayInPlace(errno);
-      return errno;
-    }
+    if (!file.isOpen()) return orOnlyInPlace(errno, replacement);
     if (const int error = fill(file, replacement); error != 0) return error;
   }
   if (const int error = file.close(); error != 0) return error;
-  const int error = name.renameTo(replacement.path.substr(folderName.size()));
-  isInPlaceOnly = mustStayInPlace(error);
-  return error;
+  return orOnlyInPlace(name.renameTo(place.name), replacement);
 }
 
-// Overwrites an open old file. Its old bytes are kept meanwhile, so that those already overwritten
-// can be put back when the rest can't be written; a file that doesn't let itself be read is
-// refused.
-int writeInPlace(const Replacement& replacement, FileDescriptor& file, const SignalHold& signals) {
+// Writes `size` bytes to the beginning of the file and cuts it to `length` bytes. `written` then
+// holds how many bytes were overwritten.
+int overwrite(const FileDescriptor& file, const unsigned char* bytes, std::size_t size,
+              std::size_t length, std::size_t& written) {
+  written = 0;
+  if (::lseek(file.get(), 0, SEEK_SET) != 0) return errno;
+  if (const int error = file.write(bytes, size, written); error != 0) return error;
+  return ::ftruncate(file.get(), static_cast<off_t>(length)) == 0 ? 0 : errno;
+}
+
+// Overwrites the old file. Its old bytes are kept meanwhile, so that those already overwritten can
+// be put back when the rest can't be written; a file that can't be read is refused. Whatever its
+// name leads to by now, it is this file that is read, locked and written.
+ReplaceResult writeInPlace(const Replacement& replacement, const SignalHold& signals) {
+  using Outcome = ReplaceResult::Outcome;
   signals.begin();  // between two blocks the file is neither old nor new
+  FileDescriptor file(::open(ownNameOf(replacement.old).c_str(), O_RDWR | O_CLOEXEC));
+  if (!file.isOpen()) return {Outcome::NOT_WRITTEN, errno};
+  if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+    return {errno == EWOULDBLOCK ? Outcome::IN_USE : Outcome::NOT_WRITTEN, errno};
+  }
   ByteBuffer oldBytes;
-  const ReadResult old = readWholeFile(replacement.path, oldBytes);
-  if (old.outcome != ReadResult::Outcome::DONE) return old.error;
+  const ReadResult read = readWholeFile(file, oldBytes);
+  if (read.outcome == ReadResult::Outcome::CHANGED) return {Outcome::IN_USE, read.error};
+  if (read.outcome != ReadResult::Outcome::DONE) return {Outcome::NOT_WRITTEN, read.error};
+
   std::size_t written = 0;
-  int error = file.write(replacement.bytes, replacement.size, written);
-  if (error == 0 && ::ftruncate(file.get(), static_cast<off_t>(replacement.size)) != 0) {
-    error = errno;
-  }
+  int error = overwrite(file, replacement.bytes, replacement.size, replacement.size, written);
   if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
-  if (error != 0 && ::lseek(file.get(), 0, SEEK_SET) == 0) {
-    std::size_t restored = 0;
-    static_cast<void>(file.write(oldBytes.data(), std::min(written, oldBytes.size()), restored));
-    static_cast<void>(::ftruncate(file.get(), static_cast<off_t>(oldBytes.size())));
+  if (error == 0) {
+    error = file.close();
+    return {error == 0 ? Outcome::DONE : Outcome::PART_WRITTEN, error};
   }
-  const int closeError = file.close();
-  return error != 0 ? error : closeError;
+  const std::size_t overwritten = std::min(written, oldBytes.size());
+  const bool isPutBack =
+      overwrite(file, oldBytes.data(), overwritten, oldBytes.size(), written) == 0;
+  return {isPutBack ? Outcome::NOT_WRITTEN : Outcome::PART_WRITTEN, error};
 }
 
-int writeDirectly(const Replacement& replacement, FileDescriptor file) {
+int writeDirectly(const Replacement& replacement, FileDescriptor file, const FileIdentity& input) {
   struct stat status {};
   if (!file.isOpen() || ::fstat(file.get(), &status) != 0) return errno;
   // The descriptor's position decides what is overwritten, so the input would become a mixture.
-  if (identityOf(status) == replacement.input && S_ISREG(status.st_mode)) return EBUSY;
+  if (identityOf(status) == input && S_ISREG(status.st_mode)) return EBUSY;
   std::size_t written = 0;
   const int error = file.write(replacement.bytes, replacement.size, written);
   const int closeError = file.close();
   return error != 0 ? error : closeError;
+}
+
+ReplaceResult resultOf(int error) {
+  using Outcome = ReplaceResult::Outcome;
+  return {error == 0 ? Outcome::DONE : Outcome::NOT_WRITTEN, error};
 }
 
 }  // namespace
@@ -228,26 +196,29 @@ void SignalHold::begin() const {
   ::sigprocmask(SIG_BLOCK, &all, nullptr);
 }
 
-int replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                const FileIdentity& input, const SignalHold& signals) {
-  Replacement replacement{fileName, bytes, size, false, {}, false, input};
-  if (const int error = followLinks(replacement.path); error != 0) return error;
+ReplaceResult replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
+                          const FileIdentity& input, const SignalHold& signals) {
+  Replacement replacement{bytes, size, {}, {}, false};
+  const DescriptorName descriptor = parseDescriptorName(fileName);
   // A descriptor shares its place in the file with the messages that went there before; opening
   // its name again would start from the beginning.
-  const int descriptor = namedDescriptor(replacement.path);
-  if (descriptor >= 0) {
-    return writeDirectly(replacement, FileDescriptor(::fcntl(descriptor, F_DUPFD_CLOEXEC, 3)));
+  if (descriptor.isValid() && descriptor.process == ::getpid()) {
+    FileDescriptor own(::fcntl(descriptor.number, F_DUPFD_CLOEXEC, 3));
+    return resultOf(writeDirectly(replacement, std::move(own), input));
   }
-
-  FileDescriptor old(::open(replacement.path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
-  if (!old.isOpen() && errno != ENOENT) return errno;
-  bool isInPlaceOnly = false;
-  if (!old.isOpen()) return replaceByRename(replacement, signals, isInPlaceOnly);
-
-  if (::fstat(old.get(), &replacement.oldStatus) != 0) return errno;
-  if (!S_ISREG(replacement.oldStatus.st_mode)) return writeDirectly(replacement, std::move(old));
-  replacement.isOldKnown = true;
-  replacement.isFlushed = identityOf(replacement.oldStatus) == input;
-  const int error = replaceByRename(replacement, signals, isInPlaceOnly);
-  return isInPlaceOnly ? writeInPlace(replacement, old, signals) : error;
+  FileDescriptor& old = replacement.old;
+  old = FileDescriptor(::open(fileName.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+  if (old.isOpen() ? ::fstat(old.get(), &replacement.oldStatus) != 0 : errno != ENOENT) {
+    return resultOf(errno);
+  }
+  if (old.isOpen() && !S_ISREG(replacement.oldStatus.st_mode)) {
+    return resultOf(writeDirectly(replacement, std::move(old), input));
+  }
+  const FileIdentity oldIdentity = identityOf(replacement.oldStatus);
+  replacement.isFlushed = old.isOpen() && oldIdentity == input;
+  Place place;
+  int error = descriptor.isValid() ? ONLY_IN_PLACE : findPlace(fileName, oldIdentity, place);
+  if (error == ESTALE) return {ReplaceResult::Outcome::IN_USE, error};
+  if (error == 0) error = replaceByRename(replacement, place, signals);
+  return error == ONLY_IN_PLACE ? writeInPlace(replacement, signals) : resultOf(error);
 }

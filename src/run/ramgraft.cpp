@@ -47,7 +47,8 @@ std::string toHex16(unsigned value) {
 }
 
 // A base file that is damaged, or that the width file doesn't fit, shows in the old CRC.
-void printWarnings(const Edit& edit, const std::string& wid) {
+void printWarnings(const Edit& edit, const std::string& foreignWid) {
+  const std::string wid = excerptOf(foreignWid);
   if (edit.oldCrc.verdict == CrcCheck::Verdict::WRONG) {
     printWarning("wid ", wid, ": the CRC of the old contents is ", toHex16(edit.oldCrc.stored),
                  ", should be ", toHex16(edit.oldCrc.computed),
@@ -95,10 +96,10 @@ bool load(const InputNames& names, MemoryInputs& inputs, Bitstream& bitstream,
 
 bool write(const std::string& fileName, const Bitstream& bitstream, const FileIdentity& bitFile) {
   const SignalHold signals;  // until the line is printed that reports what became of the file
-  const int error =
+  const ReplaceResult result =
       replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), bitFile, signals);
-  printWritten(fileName, error);
-  return error == 0;
+  printWritten(fileName, result);
+  return result.outcome == ReplaceResult::Outcome::DONE;
 }
 
 bool graft(const InputNames& names, const std::string& outputFile) {

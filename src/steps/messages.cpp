@@ -138,11 +138,17 @@ void printNoRoomForPayload(const Bitstream& bitstream, std::uint64_t index,
             to_string(index));
 }
 
-void printWritten(const std::string& fileName, int error) {
-  if (error == 0) {
+void printWritten(const std::string& fileName, const ReplaceResult& result) {
+  using Outcome = ReplaceResult::Outcome;
+  if (result.outcome == Outcome::DONE) {
     printLine("STATUS: Successfully wrote ", fileName);
     return;
   }
   printLine("ERROR: Can't write file ", fileName);
-  printDiagnostic(fileName, ": ", std::strerror(error));
+  if (result.outcome == Outcome::PART_WRITTEN) {
+    printLine("ERROR: ", fileName, " is not as it was, it may be part old, part new");
+  }
+  const bool isInUse = result.outcome == Outcome::IN_USE;
+  printDiagnostic(fileName, ": ",
+                  isInUse ? "another program is writing it" : std::strerror(result.error));
 }

@@ -7,6 +7,7 @@
 
 #include "base/ramgraftbstream.h"
 #include "ebr/command.h"
+#include "files/replace.h"
 #include "inputs/loading.h"
 
 /// Prints the ERROR line for a character that is not hexadecimal.
@@ -31,8 +32,7 @@ void printDataFault(CommandFault fault, std::uint64_t index);
 void printNoRoomForPayload(const Bitstream& bitstream, std::uint64_t index,
                            std::uint64_t frameCount);
 
-/// Prints the line that reports what became of an output file: `error` is 0 or the system's error
-/// number.
-void printWritten(const std::string& fileName, int error);
+/// Prints the lines that report what became of an output file, without any memory.
+void printWritten(const std::string& fileName, const ReplaceResult& result);
 
 #endif

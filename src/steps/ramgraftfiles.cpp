@@ -75,8 +75,8 @@ bool writeOutput(const std::string& fileName, Bitstream& bitstream) {
   assertThat(bitstream.isByteAligned(), "bool writeOutput(const string&, Bitstream&)",
              "bitstream.isByteAligned()");
   const SignalHold signals;  // until the line is printed that reports what became of the file
-  const int error =
+  const ReplaceResult result =
       replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), {}, signals);
-  printWritten(fileName, error);
-  return error == 0;
+  printWritten(fileName, result);
+  return result.outcome == ReplaceResult::Outcome::DONE;
 }
