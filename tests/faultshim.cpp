@@ -1,38 +1,52 @@
 // Stands between the tool and the C library (LD_PRELOAD), numbers the calls that the tool makes on
-// files from 1 on, and lets one of them go wrong. What the C library calls by itself, as for the
-// messages, passes unseen. FAULT in the environment holds four numbers:
+// files from 1 on, and lets some of them go wrong. What the C library calls by itself passes
+// unseen. FAULT in the environment holds five numbers:
 //
 //   at    number of the call that goes wrong; 0 for none
-//   kind  what happens to it: an error number; SHORT: it moves one byte only; CUT: in.bit is cut
-//         short before it; TOUCH: the inputs are written to before it, their sizes staying; a
-//         negated signal number: the signal is raised before it
+//   last  number of the last call in a row that goes wrong
+//   kind  what happens to them: an error number; SHORT: they move one byte only; STARVE: from there
+//         on there is no memory for objects; BEFORE: a shell first does what BEFORE in the
+//         environment says; a negated signal number: the signal is raised first
 //   no    the flags of openat() that the folder refuses; 0 for none
 //   log   an open descriptor that takes a line "name result" for every call
 #include <dlfcn.h>
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <new>
 #include <string_view>
 
-enum Fault { SHORT = 1000, CUT, TOUCH };
+enum Fault { SHORT = 1000, STARVE, BEFORE };
 using Function = long(long, long, long, long, long, long);
 
+static bool isStarved = false;
+
+void* operator new(std::size_t size) {
+  void* const memory = isStarved ? nullptr : std::malloc(size);
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+static void doBefore() {
+  ::unsetenv("LD_PRELOAD");
+  if (std::system(std::getenv("BEFORE")) != 0) std::abort();
+}
+
 static long call(std::string_view name, long a, long b, long c, long d, long e, long f) {
-  static int calls = 0;
+  static int calls = 0, at = 0, last = 0, kind = 0, no = 0, log = -1;
   const char* text = std::getenv("FAULT");  // not there yet while the process is being started
-  int at = 0, fault = 0, no = 0, log = -1;
-  if (text != nullptr) std::sscanf(text, "%d %d %d %d", &at, &fault, &no, &log);
-  if (text == nullptr || ++calls != at) fault = 0;
-  if (fault < 0) std::raise(-fault);
-  if (fault == CUT && ::truncate("in.bit", 0) != 0) std::abort();
-  for (const char* input : {"in.bit", "ram.wid", "words.mem"}) {
-    if (fault == TOUCH && ::utimensat(AT_FDCWD, input, nullptr, 0) != 0) std::abort();
+  if (text != nullptr && calls++ == 0) {
+    std::sscanf(text, "%d %d %d %d %d", &at, &last, &kind, &no, &log);
   }
+  int fault = calls >= at && calls <= last ? kind : 0;
+  if (fault < 0) std::raise(-fault);
+  if (fault == BEFORE) doBefore();
+  if (fault == STARVE) isStarved = true;
   if (fault == SHORT) c = 1;
   const long refused = name == "openat" ? c & no : 0;
   if (refused != 0) fault = refused == O_CREAT ? EACCES : EOPNOTSUPP;
@@ -54,6 +68,7 @@ static long call(std::string_view name, long a, long b, long c, long d, long e, 
   }
 
 // clang-format off
-CALL(close) CALL(fchmod) CALL(fchown) CALL(fcntl) CALL(fstat) CALL(fsync)
-CALL(ftruncate) CALL(getrandom) CALL(linkat) CALL(lseek) CALL(madvise) CALL(mmap) CALL(open)
-CALL(openat) CALL(read) CALL(readlink) CALL(renameat) CALL(stat) CALL(unlinkat) CALL(write)
+CALL(close) CALL(fchmod) CALL(fchown) CALL(fcntl) CALL(fgetxattr) CALL(flock) CALL(fremovexattr)
+CALL(fsetxattr) CALL(fstat) CALL(fsync) CALL(ftruncate) CALL(getrandom) CALL(linkat) CALL(lseek)
+CALL(open) CALL(openat) CALL(read) CALL(readlinkat) CALL(renameat) CALL(unlinkat) CALL(write)
+CALL(writev)
