@@ -37,7 +37,7 @@ class TemporaryFolder {
   // Makes a file and returns its name.
   std::string put(const char* file, const unsigned char* bytes, std::size_t size) const {
     std::string name = nameOf(file);
-    assertThat(replaceFile(name, bytes, size, {}) == 0, "TemporaryFolder", "replaceFile(name)");
+    assertThat(replaceFile(name, bytes, size, {}).isDone(), "TemporaryFolder", "replaceFile(name)");
     return name;
   }
   std::string put(const char* file, std::string_view text) const {
@@ -105,8 +105,8 @@ void BM_replaceFile(benchmark::State& state, bool isOldThere) {
   const std::string outFile = folder.nameOf("out.bit");
   if (isOldThere) folder.put("out.bit", stream.data(), stream.size());
   for ([[maybe_unused]] auto _ : state) {
-    const int error = replaceFile(outFile, stream.data(), stream.size(), {});
-    assertThat(error == 0, "BM_replaceFile", "error == 0");
+    const bool isDone = replaceFile(outFile, stream.data(), stream.size(), {}).isDone();
+    assertThat(isDone, "BM_replaceFile", "isDone");
     if (isOldThere) continue;
     state.PauseTiming();
     std::filesystem::remove(outFile);

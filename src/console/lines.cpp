@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr std::size_t MOST_PIECES = 24;
-
 // Removes the first `count` bytes of what is still to be written.
 std::span<iovec> dropWritten(std::span<iovec> left, std::size_t count) {
   while (!left.empty() && count >= left.front().iov_len) {

@@ -3,28 +3,34 @@
 #ifndef RAMGRAFT_CONSOLE_LINES_H
 #define RAMGRAFT_CONSOLE_LINES_H
 
+#include <cstddef>
 #include <initializer_list>
 #include <string>
 #include <string_view>
 
-/// Prints the pieces, at most 24, as one whole line on standard output. When standard output can't
-/// be written (a full disk, a closed pipe) the run goes on, since the output file matters more than
-/// the report; a WARNING line on standard error reports the first such loss. Needs no memory.
+/// The most pieces that a line can have.
+constexpr std::size_t MOST_PIECES = 24;
+
+/// Prints the pieces as one whole line on standard output. When standard output can't be written (a
+/// full disk, a closed pipe) the run goes on, since the output file matters more than the report; a
+/// WARNING line on standard error reports the first such loss. Needs no memory.
 void printPieces(std::initializer_list<std::string_view> pieces);
 
-/// Prints the pieces, at most 24, as one whole line on standard error. Losing it is not an error.
-/// Needs no memory.
+/// Prints the pieces as one whole line on standard error. Losing it is not an error. Needs no
+/// memory.
 void printDiagnosticPieces(std::initializer_list<std::string_view> pieces);
 
 /// printPieces() for pieces of any kind that converts to text.
 template <typename... Pieces>
 void printLine(const Pieces&... pieces) {
+  static_assert(sizeof...(pieces) <= MOST_PIECES);
   printPieces({std::string_view(pieces)...});
 }
 
 /// printDiagnosticPieces() for pieces of any kind that converts to text.
 template <typename... Pieces>
 void printDiagnostic(const Pieces&... pieces) {
+  static_assert(sizeof...(pieces) <= MOST_PIECES);
   printDiagnosticPieces({std::string_view(pieces)...});
 }
 

@@ -36,6 +36,8 @@ struct ReplaceResult {
 
   Outcome outcome = Outcome::DONE;
   int error = 0;  ///< the system's error number unless DONE
+
+  bool isDone() const { return outcome == Outcome::DONE; }
 };
 
 /// Makes `size` bytes the whole contents of the named file.

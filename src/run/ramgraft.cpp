@@ -99,7 +99,7 @@ bool write(const std::string& fileName, const Bitstream& bitstream, const FileId
   const ReplaceResult result =
       replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), bitFile, signals);
   printWritten(fileName, result);
-  return result.outcome == ReplaceResult::Outcome::DONE;
+  return result.isDone();
 }
 
 bool graft(const InputNames& names, const std::string& outputFile) {

@@ -140,7 +140,7 @@ void printNoRoomForPayload(const Bitstream& bitstream, std::uint64_t index,
 
 void printWritten(const std::string& fileName, const ReplaceResult& result) {
   using Outcome = ReplaceResult::Outcome;
-  if (result.outcome == Outcome::DONE) {
+  if (result.isDone()) {
     printLine("STATUS: Successfully wrote ", fileName);
     return;
   }

@@ -78,5 +78,5 @@ bool writeOutput(const std::string& fileName, Bitstream& bitstream) {
   const ReplaceResult result =
       replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), {}, signals);
   printWritten(fileName, result);
-  return result.outcome == ReplaceResult::Outcome::DONE;
+  return result.isDone();
 }
