@@ -82,6 +82,7 @@ void BitstreamTraverser::skipBits(int bitsToSkip, std::list<bool>& newBits, std:
   assertThat(bitIndex + count < bs->getNumBits() + behind,
              "void BitstreamTraverser::skipBits(int, std::list<bool>&, std::string&)",
              "bitIndex + bitsToSkip < bs->getNumBits()");
+  if (count == 0) return;  // the cursor may be past the end
   bs->appendDigits(bitIndex, bitIndex + count, text);
   appendBits(bitIndex, bitIndex + count, newBits);
   bitIndex += count;
