@@ -19,11 +19,14 @@ std::string makePhysicalLine(EbrColumns& columns, std::uint64_t ebr) {
     if (i % 16 == 0 && i > 0) text += "000";
     text += bitToChar((bytes[i / 8] >> i % 8 & 1) != 0);
   }
-  if (text.size() < PHYSICAL_LINE_BITS) text.resize(PHYSICAL_LINE_BITS, '0');
+  // A line of the usual length is padded to whole digits here, and to its length as digits.
+  if (text.size() < PHYSICAL_LINE_BITS) text.resize((text.size() + 7) / 8 * 8, '0');
   std::reverse(text.begin(), text.end());
-  std::string line;
-  binaryStringToHex(text, line);
-  return line;
+  std::string digits;
+  binaryStringToHex(text, digits);
+  const std::size_t padding =
+      PHYSICAL_LINE_BITS / 4 - std::min(digits.size(), PHYSICAL_LINE_BITS / 4);
+  return std::string(padding, '0') + digits;
 }
 
 void appendPhysicalLines(const MemoryWords& words, std::vector<std::string>& lines) {
