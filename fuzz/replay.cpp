@@ -1,29 +1,60 @@
 // The main of a fuzz target built without libFuzzer.
-//   TARGET              runs seeds of its own making
-//   TARGET DIR          runs all files of a folder
-//   TARGET --seeds DIR  writes the seeds for a fuzzer to start from
-#include <filesystem>
+//   TARGET                 runs seeds of its own making
+//   TARGET NUMBER-OR-FILE...  runs seeds of these numbers, and files
+//   TARGET --seeds FOLDER  writes seeds for a fuzzer to start from
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
 #include <fstream>
 
 #include "fixture.h"
 
-int main(int argc, char* argv[]) {
-  std::mt19937_64 random(1);
-  // Fewer to write, because a fuzzer runs them all before it begins.
-  std::vector<std::string> inputs(argc == 1 ? 2000 : argc == 3 ? 300 : 0);
-  for (std::string& input : inputs) input = makeSeed(random);
-  if (argc == 2) {
-    for (const auto& entry : std::filesystem::directory_iterator(argv[1])) {
-      std::ifstream file(entry.path(), std::ios::binary);
-      inputs.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    }
-  }
+namespace {
+
+// The contents of a file, or the seed of a number.
+std::string inputOf(const std::string& name) {
+  std::ifstream file(name, std::ios::binary);
+  if (file.is_open()) return {std::istreambuf_iterator<char>(file), {}};
+  std::mt19937_64 random(std::stoul(name));
+  return makeSeed(random);
+}
+
+[[noreturn]] void runAll(const std::vector<std::string>& inputs, int report) {
   for (std::size_t i = 0; i < inputs.size(); ++i) {
-    if (argc == 3) {
-      std::ofstream(std::string(argv[2]) + "/seed" + std::to_string(i)) << inputs[i];
-    } else {
-      LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(inputs[i].data()),
-                             inputs[i].size());
-    }
+    require(::write(report, &i, sizeof i) == sizeof i);
+    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(inputs[i].data()),
+                           inputs[i].size());
   }
+  std::exit(0);
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  const std::string folder = argc == 3 && argv[1] == std::string("--seeds") ? argv[2] : "";
+  std::vector<std::string> names(argv + 1, argv + argc), inputs;
+  if (argc == 1 || !folder.empty()) {
+    // Fewer to write, because a fuzzer runs them all before it begins.
+    names.resize(argc == 1 ? 3000 : 300);
+    for (std::size_t i = 0; i < names.size(); ++i) names[i] = std::to_string(i);
+  }
+  for (const std::string& name : names) {
+    inputs.push_back(inputOf(name));
+    if (!folder.empty()) std::ofstream(folder + "/seed" + name) << inputs.back();
+  }
+  if (!folder.empty()) return 0;
+
+  // Another process runs them, so that the input at which it ends early can be named.
+  int ends[2], status = 0;
+  require(::pipe2(ends, O_CLOEXEC) == 0);
+  const pid_t runner = ::fork();
+  if (runner == 0) runAll(inputs, ends[1]);
+  ::close(ends[1]);
+  std::size_t last = 0;
+  while (::read(ends[0], &last, sizeof last) == sizeof last) continue;
+  ::waitpid(runner, &status, 0);
+  if (status != 0) std::fprintf(stderr, "To run it again: %s %s\n", argv[0], names[last].c_str());
+  return status == 0 ? 0 : 1;
 }

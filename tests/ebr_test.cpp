@@ -1,10 +1,15 @@
 // EBR editing, beyond what whole runs ask of it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include "ebr/payload.h"
 #include "fixture.h"
-#include "steps/ramgraftebr.h"
+#include "run/ramgraft.h"
 
 namespace {
+
+using Lines = std::vector<std::string>;
 
 TEST(Crc, IsThePublishedOneFromAndToAnyByte) {
   std::mt19937_64 random(2);
@@ -25,13 +30,62 @@ TEST(Crc, IsThePublishedOneFromAndToAnyByte) {
   }
 }
 
+// bit   0 1      8 9 10    17 ...  54 55    62 63 64     71
+//       0 [byte 0] 0 [byte 1] ...   0 [byte 6]  0 [byte 7]
+TEST(Payload, IsFramesOfEightBytesWithAZeroBitBeforeEach) {
+  Bitstream bitstream(0);
+  pushDigits(bitstream, std::string(75, '1'));
+  const unsigned char contents[] = {0x81, 0x83, 0x85, 0x89, 0x91, 0xA1, 0xC1, 0xFF};
+  writePayload(bitstream, 2, contents, 8);
+  EXPECT_EQ(digitsOf(bitstream),
+            "11"
+            "010000001"
+            "010000011"
+            "010000101"
+            "010001001"
+            "010010001"
+            "010100001"
+            "011000001"
+            "011111111"
+            "1");
+}
+
 TEST(Transform, MakesPhysicalLines) {
-  const std::vector<std::string> words = {"A5", "3C", "", "f", "F0xx"};
-  std::vector<std::string> lines;
+  const Lines words = {"A5", "3C", "", "f", "F0xx"};
+  Lines lines;
   EXPECT_EQ(outputOf([&] { transformLogInitToPhy(words, 0, 8, 2, lines); }),
             "ERROR: character x is not hexadecimal!\n");
   const std::string zeros(16379, '0');
-  EXPECT_TRUE(lines == (std::vector{zeros + "01E3A", zeros + "1E0C5"})) << "bytes before the x";
+  EXPECT_TRUE(lines == (Lines{zeros + "01E3A", zeros + "1E0C5"})) << "bytes before the x";
+}
+
+TEST(ReplaceEbrData, LooksOnlyAtTheLinesItNeeds) {
+  const std::pair<Lines, int> rows[] = {{{"FFFFF", "FFFFF", "FFFFF", "FFFFF", "bad"}, 1},
+                                        {{"bad"}, 0}};
+  for (const auto& [lines, frames] : rows) {
+    Bitstream bitstream(0);
+    pushDigits(bitstream, digits(0, 64) + digits(0, 64));
+    BitstreamTraverser traverser(&bitstream);
+    std::list<bool> written;
+    int startLine = 0;
+    EXPECT_TRUE(replaceEbrData(traverser, lines, startLine, frames, 1, 0, 0, written));
+    EXPECT_EQ(digitsOf(written), std::string(lines.size() / 4 * 72, '1'));
+    EXPECT_EQ(startLine, static_cast<int>(lines.size()));
+  }
+}
+
+TEST(SkipBits, DoesNothingWhenTheCountIsNegative) {
+  Bitstream bitstream(0);
+  bitstream.pushByte(0xFF);
+  BitstreamTraverser traverser(&bitstream);
+  std::list<bool> skipped;
+  std::string text;
+  for (const auto& [cursor, count] : {std::pair{7, -1}, {8, -1}, {9, -2}}) {
+    while (traverser.getBitIndex() < static_cast<unsigned>(cursor)) traverser.incrementBitIndex();
+    traverser.skipBits(count, skipped, text);
+    EXPECT_EQ(traverser.getBitIndex(), static_cast<unsigned>(cursor));
+    EXPECT_EQ(digitsOf(skipped) + text, "");
+  }
 }
 
 }  // namespace

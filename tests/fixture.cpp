@@ -1,39 +1,100 @@
 #include "fixture.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <bitset>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 
 #include "run/ramgraft.h"
 
 namespace {
 
-// Makes a folder the working folder, and sees to its removal.
-bool enterFolder() {
-  std::string name = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
-  name += "/ramgraft-test-XXXXXX";
-  require(::mkdtemp(name.data()) != nullptr && ::chdir(name.c_str()) == 0);
-  return std::atexit([] { static_cast<void>(!std::system("rm -rf \"$PWD\"")); }) == 0;
+// A folder to work in, and memory for what an action prints. Once this process has ended, in
+// whatever way, another one shows what has been printed last and not been looked at, and removes
+// the folder.
+struct Workplace {
+  Workplace() {
+    std::string folder = ::access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+    folder += "/ramgraft-test-XXXXXX";
+    require(::mkdtemp(folder.data()) != nullptr && ::chdir(folder.c_str()) == 0);
+    int ends[2];
+    require(::pipe2(ends, O_CLOEXEC) == 0);
+    if (::fork() != 0) return;
+    ::setsid();  // signals for the group are not for this one
+    for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, ends[1]}) ::close(descriptor);
+    char bytes[4096];
+    ssize_t count = ::read(ends[0], bytes, 1);  // returns when nobody has the other end
+    for (off_t at = 0; (count = ::pread(output, bytes, sizeof bytes, at)) > 0; at += count) {
+      require(::write(STDERR_FILENO, bytes, static_cast<std::size_t>(count)) >= 0);
+    }
+    ::execlp("rm", "rm", "-rf", folder.c_str(), nullptr);
+    ::_exit(1);
+  }
+
+  int output = ::memfd_create("output", MFD_CLOEXEC);
+};
+
+const Workplace& workplace() {
+  static const Workplace place;
+  return place;
+}
+
+std::string describeTexts(const std::string& expected, const std::string& actual) {
+  std::istringstream expectedLines(expected), actualLines(actual);
+  std::string expectedLine, actualLine;
+  while (expectedLine == actualLine) {
+    if (!std::getline(expectedLines, expectedLine)) expectedLine = "(nothing)";
+    if (!std::getline(actualLines, actualLine)) actualLine = "(nothing)";
+  }
+  return "said: " + actualLine + "\ninstead of: " + expectedLine + "\n";
+}
+
+// The first bit that differs, and the EBR whose payload is the last to begin before it.
+std::string describeBytes(const RunResult& expected, const std::string& actual) {
+  const std::string bits = unpackBytes(actual), expectedBits = unpackBytes(expected.bytes);
+  const auto differing =
+      std::mismatch(bits.begin(), bits.end(), expectedBits.begin(), expectedBits.end()).first;
+  const auto bit = static_cast<std::size_t>(differing - bits.begin());
+  const std::string text = "first wrong bit of out.bit: " + std::to_string(bit);
+  const auto next = expected.payloads.upper_bound(bit);
+  if (next == expected.payloads.begin()) return text + "\n";
+  const auto& [payload, ebr] = *std::prev(next);
+  return text + ", bit " + std::to_string(bit - payload) + " of the payload of EBR " + ebr + "\n";
 }
 
 }  // namespace
 
-void require(bool holds) {
-  if (!holds) std::abort();
+std::ostream& operator<<(std::ostream& out, Outcome outcome) {
+  const char* const NAMES[] = {"FOUND", "NO_SECTION", "RAN_OFF_END"};
+  return out << NAMES[static_cast<int>(outcome)];
+}
+
+void require(bool holds, const char* file, int line) {
+  if (holds) return;
+  std::fprintf(stderr, "%s:%d: this doesn't hold\n", file, line);
+  std::abort();
 }
 
 void pushDigits(Bitstream& bitstream, const std::string& digits) {
   for (const char digit : digits) bitstream.pushBit(digit == '1');
 }
 
+void overwriteBits(Bitstream& bitstream, std::size_t index, const std::string& digits) {
+  const std::string bytes = packDigits(digits);
+  bitstream.overwriteBits(index, reinterpret_cast<const unsigned char*>(bytes.data()),
+                          digits.size());
+}
+
 std::string digitsOf(const Bitstream& bitstream) {
-  std::string text(bitstream.getNumBits(), '0');
-  for (std::size_t i = 0; i < text.size(); ++i) text[i] = bitstream.getBit(i) ? '1' : '0';
-  return text;
+  const auto* const bytes = reinterpret_cast<const char*>(bitstream.getBytes());
+  const std::size_t numBits = bitstream.getNumBits();
+  return unpackBytes({bytes, (numBits + 7) / 8}).substr(0, numBits);
 }
 
 std::string digitsOf(const std::list<bool>& bits) {
@@ -44,6 +105,12 @@ std::string digitsOf(const std::list<bool>& bits) {
 
 std::string digits(std::uint64_t value, std::size_t count) {
   return std::bitset<64>(value).to_string().substr(64 - count);
+}
+
+std::string unpackBytes(const std::string& bytes) {
+  std::string text(bytes.size() * 8, '0');
+  for (std::size_t i = 0; i < text.size(); ++i) text[i] = "01"[bytes[i / 8] >> (7 - i % 8) & 1];
+  return text;
 }
 
 std::string packDigits(std::string digits) {
@@ -64,30 +131,31 @@ std::string ebrDigits(const std::string& identifier, unsigned frames, const std:
 }
 
 std::string outputOf(const std::function<void()>& action) {
+  const int output = workplace().output;
   std::fflush(nullptr);  // what the test runner has not written yet
-  const int memory = ::memfd_create("output", 0);
   const int out = ::dup(STDOUT_FILENO), err = ::dup(STDERR_FILENO);
-  ::dup2(memory, STDOUT_FILENO);
-  ::dup2(memory, STDERR_FILENO);
+  ::dup2(output, STDOUT_FILENO);
+  ::dup2(output, STDERR_FILENO);
   action();
   ::dup2(out, STDOUT_FILENO);
   ::dup2(err, STDERR_FILENO);
-  std::string text(static_cast<std::size_t>(::lseek(memory, 0, SEEK_END)), '\0');
-  require(::pread(memory, text.data(), text.size(), 0) >= 0);
-  for (const int descriptor : {memory, out, err}) ::close(descriptor);
+  ::close(out);
+  ::close(err);
+  std::string text(static_cast<std::size_t>(::lseek(output, 0, SEEK_CUR)), '\0');
+  require(::pread(output, text.data(), text.size(), 0) >= 0);
+  require(::ftruncate(output, 0) == 0 && ::lseek(output, 0, SEEK_SET) == 0);
   return text;
 }
 
 RunResult runTool(const RunFiles& files) {
-  static const bool isInFolder = enterFolder();
-  require(isInFolder);
+  workplace();
   std::ofstream("in.bit", std::ios::binary) << files.bit;
   std::ofstream("ram.wid", std::ios::binary) << files.wid;
   std::ofstream("words.mem", std::ios::binary) << files.mem;
   ::unlink("out.bit");
   const char* const arguments[] = {"ramgraft", "in.bit", "ram.wid", "words.mem", "out.bit"};
   int status = 0;
-  RunResult result = {outputOf([&] { status = runRamgraft(5, arguments); }), ""};
+  RunResult result = {outputOf([&] { status = runRamgraft(5, arguments); }), "", {}};
   result.text += std::to_string(status);
   std::ifstream output("out.bit", std::ios::binary);
   result.bytes.assign(std::istreambuf_iterator<char>(output), {});
@@ -97,61 +165,8 @@ RunResult runTool(const RunFiles& files) {
 std::string compareRuns(const RunFiles& files) {
   const RunResult actual = runTool(files);  // leaves the files for the plain run
   const RunResult expected = runPlainly();
-  if (expected.text != actual.text) return expected.text + " but the tool: " + actual.text;
-  return expected.bytes == actual.bytes ? "" : "other contents";
-}
-
-RunFiles randomRun(std::mt19937_64& random) {
-  const auto below = [&](std::size_t n) { return static_cast<unsigned>(random() % n); };
-  const auto pick = [&](const auto& from) { return from[below(from.size())]; };
-  using Texts = std::vector<std::string>;
-  using Numbers = std::vector<unsigned>;
-  const bool isLong = below(25) == 0, isListed = isLong || below(6) == 0;
-  const unsigned width = isListed ? 9 : 1 + below(16);
-  // Identifiers that payload words can spell begin with the words' leading 0; opcode beginnings
-  // make sections overlap.
-  Texts pool = {digits(random(), width), digits(0, width), digits(below(256), 9) + digits(0, 7),
-                digits(0xF600U >> below(8), 16)};
-  for (std::string& identifier : pool) identifier.resize(width);
-
-  RunFiles files;
-  std::string stream = digits(random(), below(9));
-  const bool isWide = isListed && below(30) == 0;  // columns are gathered for 64 EBRs at once
-  const unsigned numEbrs = isLong ? 1 : isWide ? 60 + below(80) : 1 + below(isListed ? 20 : 5);
-  for (unsigned ebr = 0; ebr < numEbrs; ++ebr) {
-    const unsigned frames = isLong ? pick(Numbers{0, 1, 819, 820, 1100}) : below(5);
-    const std::string wid = isListed ? digits(ebr, width) : pick(pool);
-    if (isListed) stream += ebrDigits(wid, frames, "10", below(3));
-    files.wid += "0b" + wid + "\n";
-  }
-  for (unsigned pieces = isListed ? 0 : 1 + below(12); pieces > 0; --pieces) {
-    const std::string address = digits(0xF6, 8) + digits(0, 36 - below(12) / 11);
-    stream +=
-        pick(Texts{ebrDigits(pick(pool), below(4), digits(random(), 64), 0x1234 * below(2)),
-                   ebrDigits(pick(pool), 1 + below(2), "0"),
-                   ebrDigits(pick(pool), 2, digits(0xF6, 9) + digits(0, 36) + digits(random(), 18)),
-                   address + pick(pool), address + address.substr(0, below(44)),
-                   digits(random(), 20), digits(0, below(60))})
-            .substr(0, below(25) == 0 ? 40 + below(90) : std::string::npos);
-  }
-  files.bit = packDigits(stream);
-
-  const unsigned groupBits =
-      isLong || isWide ? 8 : pick(Numbers{1, 2, 4, 8, 8, 8, 16, 60, 64, 3, 5});
-  files.wid += "aw" + std::to_string(below(6)) + ";dw" + std::to_string(numEbrs * groupBits);
-  const unsigned usualBytes = isLong ? pick(Numbers{0, 1, 3, 6553, 6557, 8001})
-                              : numEbrs * groupBits % 8 == 0 ? numEbrs * groupBits / 8
-                                                             : groupBits;
-  for (unsigned words = isLong ? 1 : below(30); words > 0; --words) {
-    const std::size_t wordBytes = below(20) == 0 && !isListed ? below(7) : usualBytes;
-    std::string word = pick(Texts{"", "", "", "B"});
-    // 6F is the byte F6 before its bits are reversed. Words of equal bytes make columns of them.
-    const std::string first = files.mem.empty() ? "6F" : pick(Texts{"6F", "00", "00", "00", ""});
-    const std::string same = isListed ? "" : first;
-    while (word.size() + 1 < wordBytes * 2) {
-      word += same.empty() ? pick(Texts{"6F", "00", "a5", std::to_string(10 + below(90))}) : same;
-    }
-    files.mem += word + pick(Texts{"\n", "\n", "\r\n", "\n\r\n#\n/\n"});
-  }
-  return files;
+  std::string difference;
+  if (expected.bytes != actual.bytes) difference += describeBytes(expected, actual.bytes);
+  if (expected.text != actual.text) difference += describeTexts(expected.text, actual.text);
+  return difference;
 }

@@ -1,17 +1,17 @@
-// The yardstick: a run put together from the public operations. It scans the stream afresh for
-// every wid, bit by bit into a list, goes by way of physical lines, and spells out itself what
-// the payload, the CRC, the warnings, and the bits read and written must be.
+// The yardstick: a run as plainly as can be. It searches for each wid afresh, in text, and spells
+// out what the payload, the CRC, the warnings, and the bits read and written must be. The public
+// operations load the files and edit the stream on the way, and are held against the text.
 #include <algorithm>
 
 #include "console/lines.h"
 #include "fixture.h"
-#include "steps/ramgraftebr.h"
-#include "steps/ramgraftfiles.h"
+#include "run/ramgraft.h"
 #include "steps/ramgraftutil.h"
 
 namespace {
 
 using Lines = std::vector<std::string>;
+using std::to_string;
 
 // The data bits that each EBR receives.
 Lines dealOut(const Lines& words, std::size_t groupBits, std::size_t numEbrs) {
@@ -38,74 +38,141 @@ std::string spellPayload(const std::string& column, std::size_t numWords) {
   return payload;
 }
 
-bool run(Bitstream& bitstream) {
-  Lines wids, newData, words;
-  int width = 0, addrWidth = 0, dataWidth = 0, startLine = 0;
-  printLine("STATUS: loading input files");
-  if (!loadInputFiles("ram.wid", "words.mem", "in.bit", wids, newData, width, bitstream, addrWidth,
-                      dataWidth)) {
-    return false;
-  }
-  const int numEbrs = static_cast<int>(wids.size());
-  readFileLines("words.mem", words, {'#', '/'});
-  const Lines columns = dealOut(words, static_cast<unsigned>(dataWidth / numEbrs), wids.size());
-  printLine("STATUS: input files loaded successfully\nSTATUS: processing bitstream");
-  BitstreamTraverser traverser(&bitstream);
-  std::size_t restart = 0;
-  for (std::size_t i = 0; i < wids.size(); ++i) {
-    if (restart > 0) traverser.setBitIndex(restart - std::min<std::size_t>(restart, 100));
-    const std::size_t start = traverser.getBitIndex();
-    std::list<bool> list;
-    const Outcome outcome =
-        findAfresh(traverser, wids[i], static_cast<std::size_t>(width), list, restart);
-    if (outcome == Outcome::NO_SECTION) {
-      printLine("ERROR : didn't find EBR address section for wid ", wids[i]);
-    } else if (outcome == Outcome::RAN_OFF_END) {
-      printLine("ERROR: ran off end of bit file looking for wid ", wids[i]);
-    }
-    if (outcome != Outcome::FOUND) return false;
-    printLine("STATUS: Replacing contents of EBR ID# ", wids[i], " (", std::to_string(i + 1), "/",
-              std::to_string(numEbrs), ")");
-    int dataCount = 0;
-    if (!findEbrDataSection(traverser, dataCount, list)) return false;
+std::string spellHex(const std::string& digits) {
+  std::string text = "0x";
+  binaryStringToHex(digits, text);
+  return text;
+}
 
-    std::string expected = digitsOf(bitstream);
-    const int numBits = 72 * dataCount;
-    const std::size_t payload = traverser.getBitIndex();
-    const std::size_t end = payload + static_cast<std::size_t>(numBits);
-    const std::size_t capacity = std::min((end - payload) / 9, newData[i].size() / 5 * 2);
-    const std::size_t numWords = (columns[i].size() + 7) / 8;
-    if (end + 16 <= expected.size()) {
-      const std::string found = expected.substr(end, 16);
-      const std::string right = spellCrc(expected, end, numBits + 96);
-      std::string text = ": the CRC of the old contents is 0x";
-      binaryStringToHex(found, text);
-      binaryStringToHex(right, text += ", should be 0x");
-      text += ": the bitstream may be damaged, or the wid file may not fit it";
-      // A bit of the field itself.
-      const bool isIncluded = end % 8 == 7 && end + 1 >= static_cast<std::size_t>(numBits) + 96;
-      if (found != right && found != digits(0, 16) && !isIncluded)
-        printWarning("wid ", wids[i], text);
-      text = " words of 8 bits, the EBR takes " + std::to_string(capacity);
-      if (numWords > capacity) {
-        printWarning("wid ", wids[i], ": the memory file gives ", std::to_string(numWords), text,
-                     ": the rest is not written");
-      }
-    }
-    if (!replaceEbrData(traverser, newData, startLine, dataCount, numEbrs, 0, 0, list)) {
-      return false;
-    }
-    const std::string actual = digitsOf(bitstream);
-    expected.replace(payload, capacity * 9, spellPayload(columns[i], capacity));
-    expected.replace(end, 16, spellCrc(expected, end, numBits + 96));
-    require(actual == expected);
-    require(digitsOf(list) == actual.substr(start, payload + capacity * 9 - start));
+class PlainRun {
+ public:
+  bool run();
+  std::string stream;                           // all its bits, as digits
+  std::map<std::size_t, std::string> payloads;  // which EBR's payload begins at a bit index
+
+ private:
+  bool load();
+  bool replace(std::size_t ebr);
+  bool findIdentifier(const std::string& wid, std::size_t& at);
+  void warn(std::size_t ebr, std::size_t end, int numBits, std::size_t capacity) const;
+
+  Bitstream bitstream{0};
+  Lines wids, lines, columns;
+  int width = 0, startLine = 0;
+  std::size_t firstIdentifier = 0;
+};
+
+bool PlainRun::run() {
+  printLine("STATUS: loading input files");
+  if (!load()) return false;
+  printLine("STATUS: input files loaded successfully\nSTATUS: processing bitstream");
+  for (std::size_t ebr = 0; ebr < wids.size(); ++ebr) {
+    if (!replace(ebr)) return false;
   }
   printLine("STATUS: Successfully wrote out.bit");
   return true;
 }
 
+bool PlainRun::load() {
+  int addrWidth = 0, dataWidth = 0;
+  if (!loadInputFiles("ram.wid", "words.mem", "in.bit", wids, lines, width, bitstream, addrWidth,
+                      dataWidth)) {
+    return false;
+  }
+  Lines words;
+  readFileLines("words.mem", words, {'#', '/'});
+  columns = dealOut(words, static_cast<unsigned>(dataWidth) / wids.size(), wids.size());
+  stream = digitsOf(bitstream);
+  return true;
+}
+
+bool PlainRun::replace(std::size_t ebr) {
+  const std::string counter = " (" + to_string(ebr + 1) + "/" + to_string(wids.size()) + ")";
+  const int numEbrs = static_cast<int>(wids.size());
+  std::size_t start = 0;
+  int frames = 0;
+  if (!findIdentifier(wids[ebr], start)) return false;
+  printLine("STATUS: Replacing contents of EBR ID# ", wids[ebr], counter);
+  BitstreamTraverser traverser(&bitstream);
+  traverser.setBitIndex(start);
+  std::list<bool> list;
+  if (!findEbrDataSection(traverser, frames, list)) return false;
+
+  const std::size_t payload = traverser.getBitIndex(),
+                    numWords = static_cast<unsigned>(frames) * 8U;
+  const std::size_t end = payload + numWords * 9;
+  const std::size_t capacity = std::min(numWords, lines[ebr].size() / 5 * 2);
+  const int numBits = 96 + 72 * frames;
+  if (end + 16 <= stream.size()) {
+    payloads[payload] = wids[ebr] + counter;
+    warn(ebr, end, numBits, capacity);
+    stream.replace(payload, capacity * 9, spellPayload(columns[ebr], capacity));
+    stream.replace(end, 16, spellCrc(stream, end, numBits));
+  }
+  // Only this EBR's line, and only what the payload takes of it.
+  Lines needed(wids.size());
+  needed[ebr] = lines[ebr].substr(lines[ebr].size() - capacity / 2 * 5);
+  if (!replaceEbrData(traverser, needed, startLine, frames, numEbrs, 0, 0, list)) return false;
+  require(digitsOf(bitstream) == stream);
+  require(digitsOf(list) == stream.substr(start, payload + capacity * 9 - start));
+  return true;
+}
+
+// Sets `at` to the end of the identifier.
+bool PlainRun::findIdentifier(const std::string& wid, std::size_t& at) {
+  at = firstIdentifier - std::min<std::size_t>(firstIdentifier, 100);
+  const Outcome outcome =
+      findAfresh(stream, wid, static_cast<unsigned>(width), at, firstIdentifier);
+  if (outcome == Outcome::NO_SECTION) {
+    printLine("ERROR : didn't find EBR address section for wid ", wid);
+  } else if (outcome == Outcome::RAN_OFF_END) {
+    printLine("ERROR: ran off end of bit file looking for wid ", wid);
+  }
+  return outcome == Outcome::FOUND;
+}
+
+void PlainRun::warn(std::size_t ebr, std::size_t end, int numBits, std::size_t capacity) const {
+  const std::string found = stream.substr(end, 16), right = spellCrc(stream, end, numBits);
+  const bool isIncluded =
+      end % 8 == 7 && end + 1 >= static_cast<unsigned>(numBits);  // a bit of the field itself
+  if (found != right && found != digits(0, 16) && !isIncluded) {
+    printWarning("wid ", wids[ebr], ": the CRC of the old contents is ", spellHex(found),
+                 ", should be ", spellHex(right),
+                 ": the bitstream may be damaged, or the wid file may not fit it");
+  }
+  const std::size_t numWords = (columns[ebr].size() + 7) / 8;
+  if (numWords > capacity) {
+    printWarning("wid ", wids[ebr], ": the memory file gives ", to_string(numWords),
+                 " words of 8 bits, the EBR takes ", to_string(capacity),
+                 ": the rest is not written");
+  }
+}
+
 }  // namespace
+
+bool findSection(const std::string& stream, std::size_t& at) {
+  for (;;) {
+    at = stream.find("11110110", at);
+    if (at == std::string::npos || at + 8 >= stream.size()) return false;
+    at += 8;
+    const std::string zeros = stream.substr(at, 36);  // fewer at the end of the stream
+    if (zeros.find('1') != std::string::npos) continue;
+    at += zeros.size();
+    return true;
+  }
+}
+
+Outcome findAfresh(const std::string& stream, const std::string& wid, std::size_t width,
+                   std::size_t& at, std::size_t& firstIdentifier) {
+  while (findSection(stream, at)) {
+    if (firstIdentifier == 0) firstIdentifier = at;
+    if (stream.size() - at <= std::max<std::size_t>(1, width)) return Outcome::RAN_OFF_END;
+    const std::string identifier = stream.substr(at, width);
+    at += width;
+    if (identifier == wid) return Outcome::FOUND;
+  }
+  return Outcome::NO_SECTION;
+}
 
 std::string spellCrc(const std::string& stream, std::size_t end, int numBits) {
   const int start = static_cast<int>(end) - numBits + 1;
@@ -118,23 +185,10 @@ std::string spellCrc(const std::string& stream, std::size_t end, int numBits) {
   return digits(crc, 16);
 }
 
-Outcome findAfresh(BitstreamTraverser& traverser, const std::string& wid, std::size_t width,
-                   std::list<bool>& newBits, std::size_t& restart) {
-  while (findEbrAddressSection(traverser, newBits)) {
-    if (restart == 0) restart = traverser.getBitIndex();
-    if (traverser.getBitsLeft() <= std::max<std::size_t>(1, width)) {
-      return Outcome::RAN_OFF_END;
-    }
-    std::string identifier;
-    traverser.skipBits(static_cast<int>(width), newBits, identifier);
-    if (identifier == wid) return Outcome::FOUND;
-  }
-  return Outcome::NO_SECTION;
-}
-
 RunResult runPlainly() {
-  Bitstream bitstream(0);
+  PlainRun plain;
   bool isWritten = false;
-  const std::string text = outputOf([&] { isWritten = run(bitstream); });
-  return {text + (isWritten ? "0" : "1"), isWritten ? packDigits(digitsOf(bitstream)) : ""};
+  const std::string text = outputOf([&] { isWritten = plain.run(); });
+  return {text + (isWritten ? "0" : "1"), isWritten ? packDigits(plain.stream) : "",
+          plain.payloads};
 }

@@ -49,6 +49,17 @@ TEST(Run, PrintsWhatItDoes) {
   EXPECT_NE(::access("no.out", F_OK), 0);
 }
 
+TEST(Run, WritesTwoEbrsAsTheDocumentsShow) {
+  const std::string before(8, '\xFF'), frame(11, '\0');
+  const std::string header2("\xF6\0\0\0\0\0\x30\0\xB2\xD0\0\1", 12);
+  const std::string header1("\xF6\0\0\0\0\0\x28\0\xB2\xD0\0\1", 12);
+  const RunFiles files = {before + header2 + frame + header1 + frame,
+                          "0b000000101\n0b000000110\naw10;dw8\n", "A5\n3C\n0F\nF0\n"};
+  EXPECT_EQ(runTool(files).bytes, before + header2 +
+                                      std::string("\x62\xBC\0\0\0\0\0\0\0\xB2\x30", 11) + header1 +
+                                      std::string("\x1D\3\xC0\0\0\0\0\0\0\7\xFD", 11));
+}
+
 // The plain run loads the files as the tool does; here the texts stand, and what it is that they
 // refuse, warn of or take.
 TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
@@ -69,6 +80,8 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
       {WID, "000000101\ndw8;aw9", "ERROR: bad .wid file, malformed addr/data width\nram.wid, line 2: dw8;aw9"},
       {WID, "000000101\ndw8;aw", "ERROR: bad .wid file, malformed addr/data width\nram.wid, line 2: dw8;aw"},
       {WID, "000000101\n;aw0dw8", "WARNING: words.mem: 2 memory words, but an address of 0 bits reaches only 1"},
+      {WID, "0\n\r\x1B[2K\x7F STATUS: \xE2\x82\xAC\n", "ERROR: bad .wid file, no addr/data width\n"
+       "ram.wid, line 2: \\x0D\\x1B[2K\\x7F STATUS: \\xE2\\x82"},
       {WID, "0\n\n1\nawX;dwY", "ERROR: ram.wid, line 4: a data width of 0 bits can't be shared out among 2 EBRs"},
       {WID, "0\n1\naw9;dw4294967297",
        "ERROR: ram.wid, line 3: a data width of 1 bits can't be shared out among 2 EBRs"},
@@ -80,6 +93,10 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
       {WID, "000000101\naw-1;dw8", "WARNING: words.mem: 2 memory words, but an address of -1 bits reaches only 0"},
       {MEM, "#\n12\n12G\n",
        "ERROR: character G is not hexadecimal!\nERROR: words.mem, line 3: not a hexadecimal word: 12G"},
+      {MEM, std::string(60, 'A') + " ", "ERROR: character   is not hexadecimal!\nERROR: words.mem, line 1: "
+       "not a hexadecimal word: " + std::string(60, 'A') + "..."},
+      {MEM, std::string(59, '~'), "ERROR: character ~ is not hexadecimal!\nERROR: words.mem, line 1: "
+       "not a hexadecimal word: " + std::string(59, '~')},
       {MEM, "#\n/\n\r\n", "WARNING: words.mem: holds no memory words: the listed EBRs are filled with zeros"},
       {MEM, "12\n123", "WARNING: words.mem, line 2: 1 of 2 memory words has another number of bits than the "
        "EBRs share out (the first 16, the EBRs 8), which can spread words over the wrong EBRs"},
@@ -118,6 +135,17 @@ TEST(Run, TakesAColumnLongerThanItsLineBesideOneThatIsNot) {
   for (int i = 0; i < 728; ++i) words += std::string(36, 'A') + "\n";
   for (const char* last : {"", "BBBBBBBBBBBBBBBBBB", "BBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBBB"}) {
     EXPECT_EQ(compareRuns({SMALLEST.bit, "000000101\n000000110\naw9;dw144", words + last}), "");
+  }
+}
+
+TEST(Run, FindsTheSectionsThatBeginInAWrittenCrc) {
+  const std::string last = digits(1, 9), first = digits(2, 9), falseOne = digits(3, 9);
+  const std::string stream = ebrDigits(first, 1, "1") + digits(0, 36) + falseOne +
+                             ebrDigits(last, 1, "1") + ebrDigits(falseOne, 1, "1");
+  const std::string wid = last + "\n" + first + "\n" + falseOne + "\naw9;dw24";
+  for (int word = 100000; word < 142000; word += 21) {
+    const std::string words = std::to_string(word) + "\n" + std::to_string(word * 7);
+    ASSERT_EQ(compareRuns({packDigits(stream), wid, words}), "") << words;
   }
 }
 

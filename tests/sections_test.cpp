@@ -2,9 +2,32 @@
 #include <gtest/gtest.h>
 
 #include "ebr/format.h"
+#include "ebr/search.h"
 #include "fixture.h"
 
 namespace {
+
+TEST(FindAddressSection, FindsTheFirstOneAtAnyBit) {
+  const std::string section = digits(0xF6, 8) + digits(0, 36);
+  for (std::uint64_t seed = 0; seed < 20000; ++seed) {
+    std::mt19937_64 random(seed);
+    std::string stream(random() % 1600, "01"[seed % 2]);  // up to three blocks of the search
+    for (int i = 0; i < 3; ++i) {
+      const std::size_t at = random() % (stream.size() + 1);
+      const std::string part = random() % 2 == 0 ? section : section.substr(random() % 44);
+      stream.replace(at, part.size(), part.substr(0, stream.size() - at));
+    }
+    const std::uint64_t from = random() % (stream.size() + 1);
+    const std::uint64_t end = random() % 2 == 0 ? NOT_FOUND : random() % 1600;
+    // Zero bits cut short by the end of the stream count.
+    std::uint64_t expected = (stream + digits(0, 36)).find(section, from);
+    if (expected >= end || expected + 8 >= stream.size()) expected = NOT_FOUND;
+    Bitstream bitstream(0);
+    pushDigits(bitstream, stream);
+    ASSERT_EQ(findAddressSection(bitstream, from, end), expected)
+        << "seed " << seed << ": " << stream;
+  }
+}
 
 TEST(SectionChain, FindsWhatAFreshSearchFinds) {
   for (std::uint64_t seed = 0; seed < 4000; ++seed) {
@@ -18,22 +41,24 @@ TEST(SectionChain, FindsWhatAFreshSearchFinds) {
                                     address.substr(0, random() % 44), digits(random(), 9)};
       return pieces[random() % 4];
     };
+    std::string stream;
+    for (std::uint64_t n = random() % 24; n > 0; --n) stream += piece();
     Bitstream bitstream(0);
-    for (std::uint64_t n = random() % 24; n > 0; --n) pushDigits(bitstream, piece());
+    pushDigits(bitstream, stream);
     SectionChain sections(bitstream, wids);
     for (int step = 0; step < 12; ++step) {
       const std::string& wid = wids[random() % 3];
-      BitstreamTraverser traverser(&bitstream);
-      std::list<bool> newBits;
-      std::uint64_t index = 0, restart = 0;
-      const Outcome outcome = findAfresh(traverser, wid, width, newBits, restart);
-      ASSERT_EQ(sections.find(wid, index), outcome) << seed << " " << digitsOf(bitstream);
+      std::size_t end = 0, first = 0;
+      std::uint64_t index = 0;
+      const Outcome outcome = findAfresh(stream, wid, width, end, first);
+      ASSERT_EQ(sections.find(wid, index), outcome) << "seed " << seed << ": " << stream;
       if (outcome == Outcome::FOUND) {
-        ASSERT_EQ(index + IDENTIFIER_OFFSET + width, traverser.getBitIndex()) << seed;
+        ASSERT_EQ(index + IDENTIFIER_OFFSET + width, end) << "seed " << seed << ": " << stream;
       }
-      const std::size_t begin = random() % (bitstream.getNumBits() + 1);
-      const std::string change = piece().substr(0, bitstream.getNumBits() - begin);
-      for (std::size_t i = 0; i < change.size(); ++i) bitstream.addBit(change[i] == '1', begin + i);
+      const std::size_t begin = random() % (stream.size() + 1);
+      const std::string change = piece().substr(0, stream.size() - begin);
+      stream.replace(begin, change.size(), change);
+      overwriteBits(bitstream, begin, change);
       sections.bitsChanged(begin, begin + change.size());
     }
   }
