@@ -1,17 +1,23 @@
 // The main of a fuzz target built without libFuzzer.
-//   TARGET                 runs seeds of its own making
-//   TARGET NUMBER-OR-FILE...  runs seeds of these numbers, and files
-//   TARGET --seeds FOLDER  writes seeds for a fuzzer to start from
+//   TARGET                        runs seeds of its own making
+//   TARGET NUMBER|FILE|FOLDER...  runs seeds of these numbers, and files
+//   TARGET --seeds FOLDER         writes seeds for a fuzzer to start from
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 
 #include "fixture.h"
 
 namespace {
+
+void addNames(const std::string& name, std::vector<std::string>& names) {
+  if (!std::filesystem::is_directory(name)) return names.push_back(name);
+  for (const auto& entry : std::filesystem::directory_iterator(name)) names.push_back(entry.path());
+}
 
 // The contents of a file, or the seed of a number.
 std::string inputOf(const std::string& name) {
@@ -30,25 +36,27 @@ std::string inputOf(const std::string& name) {
   std::exit(0);
 }
 
+// Writes fewer seeds than are run here, because a fuzzer runs them all before it begins.
+int writeSeeds(const std::string& folder) {
+  for (int i = 0; i < 300; ++i) {
+    const std::string number = std::to_string(i);
+    std::ofstream(folder + "/seed" + number, std::ios::binary) << inputOf(number);
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
-  const std::string folder = argc == 3 && argv[1] == std::string("--seeds") ? argv[2] : "";
-  std::vector<std::string> names(argv + 1, argv + argc), inputs;
-  if (argc == 1 || !folder.empty()) {
-    // Fewer to write, because a fuzzer runs them all before it begins.
-    names.resize(argc == 1 ? 3000 : 300);
-    for (std::size_t i = 0; i < names.size(); ++i) names[i] = std::to_string(i);
-  }
-  for (const std::string& name : names) {
-    inputs.push_back(inputOf(name));
-    if (!folder.empty()) std::ofstream(folder + "/seed" + name) << inputs.back();
-  }
-  if (!folder.empty()) return 0;
+  if (argc == 3 && argv[1] == std::string("--seeds")) return writeSeeds(argv[2]);
+  std::vector<std::string> names, inputs;
+  for (int i = 0; argc == 1 && i < 3000; ++i) names.push_back(std::to_string(i));
+  for (int i = 1; i < argc; ++i) addNames(argv[i], names);
+  for (const std::string& name : names) inputs.push_back(inputOf(name));
 
   // Another process runs them, so that the input at which it ends early can be named.
   int ends[2], status = 0;
-  require(::pipe2(ends, O_CLOEXEC) == 0);
+  require(!inputs.empty() && ::pipe2(ends, O_CLOEXEC) == 0);
   const pid_t runner = ::fork();
   if (runner == 0) runAll(inputs, ends[1]);
   ::close(ends[1]);

@@ -79,8 +79,14 @@ bool PlainRun::load() {
                       dataWidth)) {
     return false;
   }
-  Lines words;
+  Lines words, widLines;
   readFileLines("words.mem", words, {'#', '/'});
+  readFileLines("ram.wid", widLines, {});
+  int address = 0, data = 0, length = 0;
+  require(parseAddrDataWidth(widLines.back(), address, data));
+  widLines.pop_back();
+  require(checkWidLengths(widLines) && normalizeWids(widLines, length) && widLines == wids);
+  require(address == addrWidth && data == dataWidth && length == width);
   columns = dealOut(words, static_cast<unsigned>(dataWidth) / wids.size(), wids.size());
   stream = digitsOf(bitstream);
   return true;
