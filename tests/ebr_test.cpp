@@ -74,6 +74,14 @@ TEST(ReplaceEbrData, LooksOnlyAtTheLinesItNeeds) {
   }
 }
 
+TEST(SelfCheck, ReportsWhatIsWrong) {
+  Bitstream bitstream(0);
+  pushDigits(bitstream, "111010");
+  BitstreamTraverser traverser(&bitstream);
+  EXPECT_EQ(outputOf([&] { EXPECT_FALSE(test_findBits(traverser)); }),
+            "test_findBits()\nTEST ERROR: Bitindex returned 5\nTEST ERROR: newBits.size() is 5\n");
+}
+
 TEST(SkipBits, DoesNothingWhenTheCountIsNegative) {
   Bitstream bitstream(0);
   bitstream.pushByte(0xFF);

@@ -1,5 +1,6 @@
 // The file operations, beyond what a run asks of them.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "fixture.h"
 #include "steps/ramgraftfiles.h"
@@ -16,7 +17,11 @@ TEST(Files, AreAppendedAndWrittenBack) {
   EXPECT_EQ(outputOf([&] { EXPECT_TRUE(writeOutput("out.bit", bitstream)); }),
             "STATUS: Successfully wrote out.bit\n");
   Bitstream written(0);
+  const int nextDescriptor = ::dup(STDIN_FILENO);
+  ::close(nextDescriptor);
   EXPECT_TRUE(readBitFile("out.bit", written));
+  EXPECT_EQ(::dup(STDIN_FILENO), nextDescriptor) << "left open";
+  ::close(nextDescriptor);
   EXPECT_TRUE(std::string(written.getBytes(), written.getBytes() + written.getNumBytes()) ==
               bytes + "!");
   std::vector<std::string> lines;

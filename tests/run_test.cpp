@@ -32,6 +32,7 @@ TEST(Run, PrintsWhatItDoes) {
       {"no.bit no.wid no.mem no.out", loading + "ERROR: Can't open file no.wid\nno.wid: No such file or directory\n1"},
       {"no.bit ram.wid no.mem no.out", loading + "ERROR: Can't open file no.mem\nno.mem: No such file or directory\n1"},
       {"no.bit ram.wid words.mem no.out", loading + "ERROR: can't open file no.bit\nno.bit: No such file or directory\n1"},
+      {"in.bit words.mem . no.out", loading + "ERROR: can't read file .: Is a directory\n1"},  // a bad .wid, too
       {". ram.wid words.mem no.out", loading + "ERROR: can't read file .: Is a directory\n1"},
       {"TEST TEST TEST x", "test_findBits()\ntest_expectBits()\ntest_checkBitsValue()\n"
        "test_intToBinaryString()\ntest_binaryStringToInt()\ntest_findEbrAddressSection()\n"
