@@ -45,7 +45,8 @@ SHORT, STARVE, BEFORE = 1000, 1001, 1002  # faults beside error numbers and nega
 FAULTS = {0: [EIO, EACCES, STARVE, -SIGKILL, -SIGINT],
           NO_NEW: [EIO, EACCES, STARVE, -SIGTERM, -SIGHUP],
           NO_UNNAMED: [EIO, EACCES, STARVE, -SIGKILL, -SIGINT, -SIGTERM, -SIGHUP]}
-HARMLESS = {"close": [EINTR], **dict.fromkeys(("read", "write", "writev"), [SHORT, EINTR])}
+HARMLESS = {"close": [EINTR], "fallocate": [EIO, EOPNOTSUPP],
+            **dict.fromkeys(("read", "write", "writev"), [SHORT, EINTR])}
 LOSSES = ("fsync", "read", "fgetxattr", "fsetxattr", "fremovexattr", "fchown", "fchmod", "flock",
           "lseek", "ftruncate")
 CASES = [{"kind": kind, "lacking": lacking} for kind, lacking in [

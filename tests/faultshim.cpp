@@ -68,7 +68,7 @@ static long call(std::string_view name, long a, long b, long c, long d, long e, 
   }
 
 // clang-format off
-CALL(close) CALL(fchmod) CALL(fchown) CALL(fcntl) CALL(fgetxattr) CALL(flock) CALL(fremovexattr)
+CALL(close) CALL(fallocate) CALL(fchmod) CALL(fchown) CALL(fcntl) CALL(fgetxattr) CALL(flock) CALL(fremovexattr)
 CALL(fsetxattr) CALL(fstat) CALL(fsync) CALL(ftruncate) CALL(getrandom) CALL(linkat) CALL(lseek)
 CALL(open) CALL(openat) CALL(read) CALL(readlinkat) CALL(renameat) CALL(unlinkat) CALL(write)
 CALL(writev)
