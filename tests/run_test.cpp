@@ -99,10 +99,10 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
       {MEM, std::string(59, '~'), "ERROR: character ~ is not hexadecimal!\nERROR: words.mem, line 1: "
        "not a hexadecimal word: " + std::string(59, '~')},
       {MEM, "#\n/\n\r\n", "WARNING: words.mem: holds no memory words: the listed EBRs are filled with zeros"},
-      {MEM, "12\n123", "WARNING: words.mem, line 2: 1 of 2 memory words has another number of bits than the "
-       "EBRs share out (the first 16, the EBRs 8), which can spread words over the wrong EBRs"},
-      {MEM, "123\n123456", "WARNING: words.mem, line 1: 2 of 2 memory words have another number of bits than the "
-       "EBRs share out (the first 16, the EBRs 8), which can spread words over the wrong EBRs"},
+      {MEM, "12\n1234", "STATUS: loading input files\n"
+       "WARNING: words.mem: 3 memory words, but an address of 1 bits reaches only 2"},
+      {WID, "000000101\n000000101\naw9;dw16", "WARNING: words.mem, line 1: 2 of 2 memory words have another number of "
+       "bits than the EBRs share out (the first 8, the EBRs 16), which can spread words over the wrong EBRs"},
       {MEM, "#\n" + std::string(16002, 'A') + "\n12", "ERROR: words.mem, line 2: from here on a physical line has more "
        "than 65536 bits, in all 80017, which is no multiple of 8"},
       {MEM, std::string(13122, 'A'), "STATUS: Successfully wrote out.bit"},  // 65608 bits
@@ -126,7 +126,7 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
     const std::string text = runTool(files).text;
     const bool isError = lines[0] == 'E';  // then it is the last line, before the status
     const std::string end = isError ? "\n1" : "\n";
-    EXPECT_NE(text.find("\n" + lines + end), std::string::npos) << lines << "\n" << text;
+    EXPECT_NE(("\n" + text).find("\n" + lines + end), std::string::npos) << lines << "\n" << text;
     EXPECT_EQ(text.back(), isError ? '1' : '0') << text;
   }
 }

@@ -33,8 +33,9 @@ class MemoryFileParser {
     if (!words.appendWord(line.text)) return notHexadecimal(line);
     const std::uint64_t numBits = (line.text.size() + 1) / 2 * 8;
     if (numBits % words.getBitsPerEbr() != 0) return indivisible(line, numBits);
-    ++summary.numLines;
-    if (numBits != words.getRoundBits() && summary.numMisfits++ == 0) {
+    const bool isMisfit = numBits % words.getRoundBits() != 0;
+    summary.numWords += isMisfit ? 1 : numBits / words.getRoundBits();
+    if (isMisfit && summary.numMisfits++ == 0) {
       summary.firstMisfitLine = line.number;
       summary.firstMisfitBits = numBits;
     }

@@ -14,8 +14,8 @@ inline constexpr std::string_view MEMORY_COMMENTS = "#/";
 
 /// What was read of a memory file.
 struct MemoryFileSummary {
-  std::uint64_t numLines = 0;         ///< lines that are memory words
-  std::uint64_t numMisfits = 0;       ///< of these, lines of other than MemoryWords::getRoundBits()
+  std::uint64_t numWords = 0;    ///< a line of several whole rounds has as many, a misfit is one
+  std::uint64_t numMisfits = 0;  ///< lines that aren't a multiple of MemoryWords::getRoundBits()
   std::uint64_t firstMisfitLine = 0;  ///< number of the first misfit in the file, from 1
   std::uint64_t firstMisfitBits = 0;  ///< its number of bits
 };

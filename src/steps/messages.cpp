@@ -43,7 +43,7 @@ void printReadFault(const InputFault& fault) {
 void printMisfits(const MemoryInputs& inputs, const std::string& memFile) {
   const MemoryFileSummary& summary = inputs.summary;
   printWarning(placeOf(memFile, summary.firstMisfitLine), to_string(summary.numMisfits), " of ",
-               to_string(summary.numLines),
+               to_string(summary.numWords),
                summary.numMisfits == 1 ? " memory words has " : " memory words have ",
                "another number of bits than the EBRs share out (the first ",
                to_string(summary.firstMisfitBits), ", the EBRs ",
@@ -99,14 +99,14 @@ void printInputFault(const InputFault& fault) {
 
 void printMemoryWarnings(const MemoryInputs& inputs, const std::string& memFile) {
   const MemoryFileSummary& summary = inputs.summary;
-  if (summary.numLines == 0) {
+  if (summary.numWords == 0) {
     printWarning(memFile, ": holds no memory words: the listed EBRs are filled with zeros");
   }
   if (summary.numMisfits > 0) printMisfits(inputs, memFile);
   const int addrWidth = inputs.widths.address;
   const std::uint64_t addressed = addrWidth < 0 ? 0 : UINT64_C(1) << std::min(addrWidth, 63);
-  if (summary.numLines > addressed) {
-    printWarning(memFile, ": ", to_string(summary.numLines), " memory words, but an address of ",
+  if (summary.numWords > addressed) {
+    printWarning(memFile, ": ", to_string(summary.numWords), " memory words, but an address of ",
                  to_string(addrWidth), " bits reaches only ", to_string(addressed));
   }
 }
