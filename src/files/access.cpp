@@ -83,6 +83,6 @@ int takeOverAccess(const FileDescriptor& file, const FileDescriptor& old,
   if (error == 0 && !isSameOwner) error = takeOverOwner(file, oldStatus, list, mode);
   if (error == 0) error = takeOverList(file, list, mode);
   // Some file systems have the same mode for all files and refuse to set any.
-  if (error != 0 || (list.size == 0 && (status.st_mode & 07777) == mode)) return error;
+  if (error != 0 || (status.st_mode & 07777) == mode) return error;
   return ::fchmod(file.get(), mode) == 0 ? 0 : errno;
 }

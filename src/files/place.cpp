@@ -46,8 +46,8 @@ DescriptorName parseDescriptorName(std::string_view path) {
   for (const std::string_view folder : {"/dev/fd/", "/proc/self/fd/", "/proc/thread-self/fd/"}) {
     if (path.starts_with(folder)) return {::getpid(), toNumber(path.substr(folder.size()))};
   }
-  const std::size_t end = path.find(DESCRIPTORS);
-  if (!path.starts_with(PROCESSES) || end == path.npos || end < PROCESSES.size()) return {};
+  const std::size_t end = path.find(DESCRIPTORS, PROCESSES.size());
+  if (!path.starts_with(PROCESSES) || end == path.npos) return {};
   return {toNumber(path.substr(PROCESSES.size(), end - PROCESSES.size())),
           toNumber(path.substr(end + DESCRIPTORS.size()))};
 }
