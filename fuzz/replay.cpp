@@ -30,8 +30,7 @@ std::string inputOf(const std::string& name) {
 [[noreturn]] void runAll(const std::vector<std::string>& inputs, int report) {
   for (std::size_t i = 0; i < inputs.size(); ++i) {
     require(::write(report, &i, sizeof i) == sizeof i);
-    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(inputs[i].data()),
-                           inputs[i].size());
+    LLVMFuzzerTestOneInput(dataOf(inputs[i]), inputs[i].size());
   }
   std::exit(0);
 }

@@ -86,9 +86,7 @@ void pushDigits(Bitstream& bitstream, const std::string& digits) {
 }
 
 void overwriteBits(Bitstream& bitstream, std::size_t index, const std::string& digits) {
-  const std::string bytes = packDigits(digits);
-  bitstream.overwriteBits(index, reinterpret_cast<const unsigned char*>(bytes.data()),
-                          digits.size());
+  bitstream.overwriteBits(index, dataOf(packDigits(digits)), digits.size());
 }
 
 std::string digitsOf(const Bitstream& bitstream) {

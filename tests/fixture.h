@@ -44,6 +44,9 @@ std::string digitsOf(const std::list<bool>& bits);
 std::string digits(std::uint64_t value, std::size_t count);
 /// The bits of bytes as digits.
 std::string unpackBytes(const std::string& bytes);
+inline const unsigned char* dataOf(const std::string& bytes) {
+  return reinterpret_cast<const unsigned char*>(bytes.data());
+}
 /// The digits as bytes, filled up with 1 bits.
 std::string packDigits(std::string digits);
 /// An EBR's command: address section, data section, `frames` frames of `payload` digits (repeated)
@@ -67,10 +70,9 @@ RunResult runPlainly();
 /// Moves `at` past the zero bits of the first section at or after it. False when there is none.
 bool findSection(const std::string& stream, std::size_t& at);
 /// Finds the first section at or after bit `at` whose identifier of `width` bits equals the wid,
-/// and moves `at` past that identifier. `firstIdentifier` receives the bit index of the first
-/// identifier passed unless it has one.
+/// and moves `at` past that identifier.
 Outcome findAfresh(const std::string& stream, const std::string& wid, std::size_t width,
-                   std::size_t& at, std::size_t& firstIdentifier);
+                   std::size_t& at);
 /// The CRC field after the `numBits` bits of `stream` before bit `end`, bit by bit.
 std::string spellCrc(const std::string& stream, std::size_t end, int numBits);
 

@@ -38,121 +38,102 @@ std::string spellPayload(const std::string& column, std::size_t numWords) {
   return payload;
 }
 
-std::string spellHex(const std::string& digits) {
-  std::string text = "0x";
-  binaryStringToHex(digits, text);
-  return text;
-}
+struct PlainRun {
+  bool load() {
+    int addrWidth = 0, dataWidth = 0, address = 0, data = 0, length = 0;
+    if (!loadInputFiles("ram.wid", "words.mem", "in.bit", wids, lines, width, bitstream, addrWidth,
+                        dataWidth)) {
+      return false;
+    }
+    Lines words, widLines;
+    readFileLines("words.mem", words, {'#', '/'});
+    readFileLines("ram.wid", widLines, {});
+    require(parseAddrDataWidth(widLines.back(), address, data));
+    widLines.pop_back();
+    require(checkWidLengths(widLines) && normalizeWids(widLines, length) && widLines == wids);
+    require(address == addrWidth && data == dataWidth && length == width);
+    columns = dealOut(words, static_cast<unsigned>(dataWidth) / wids.size(), wids.size());
+    stream = digitsOf(bitstream);
+    return true;
+  }
 
-class PlainRun {
- public:
-  bool run();
-  std::string stream;                           // all its bits, as digits
-  std::map<std::size_t, std::string> payloads;  // which EBR's payload begins at a bit index
+  bool run() {
+    printLine("STATUS: loading input files");
+    if (!load()) return false;
+    printLine("STATUS: input files loaded successfully\nSTATUS: processing bitstream");
+    for (std::size_t ebr = 0; ebr < wids.size(); ++ebr) {
+      if (!replace(ebr)) return false;
+    }
+    printLine("STATUS: Successfully wrote out.bit");
+    return true;
+  }
 
- private:
-  bool load();
-  bool replace(std::size_t ebr);
-  bool findIdentifier(const std::string& wid, std::size_t& at);
-  void warn(std::size_t ebr, std::size_t end, int numBits, std::size_t capacity) const;
+  // Sets `at` to the end of the wid's identifier.
+  bool find(const std::string& wid, std::size_t& at) const {
+    const Outcome outcome = findAfresh(stream, wid, static_cast<unsigned>(width), at);
+    if (outcome == Outcome::NO_SECTION) {
+      printLine("ERROR : didn't find EBR address section for wid ", wid);
+    } else if (outcome == Outcome::RAN_OFF_END) {
+      printLine("ERROR: ran off end of bit file looking for wid ", wid);
+    }
+    return outcome == Outcome::FOUND;
+  }
+
+  bool replace(std::size_t ebr) {
+    const std::string counter = " (" + to_string(ebr + 1) + "/" + to_string(wids.size()) + ")";
+    std::size_t start = 0;
+    if (!find(wids[ebr], start)) return false;
+    printLine("STATUS: Replacing contents of EBR ID# ", wids[ebr], counter);
+    BitstreamTraverser traverser(&bitstream);
+    traverser.setBitIndex(start);
+    std::list<bool> list;
+    int frames = 0;
+    if (!findEbrDataSection(traverser, frames, list)) return false;
+
+    const std::size_t payload = traverser.getBitIndex();
+    const std::size_t most = static_cast<unsigned>(frames) * 8U, end = payload + most * 9;
+    const std::size_t capacity = std::min(most, lines[ebr].size() / 5 * 2);
+    if (end + 16 <= stream.size()) {
+      warn(ebr, end, 96 + 72 * frames, capacity);
+      payloads[payload] = wids[ebr] + counter;
+      stream.replace(payload, capacity * 9, spellPayload(columns[ebr], capacity));
+      stream.replace(end, 16, spellCrc(stream, end, 96 + 72 * frames));
+    }
+    // Only this EBR's line, and only what the payload takes of it.
+    Lines needed(wids.size());
+    needed[ebr] = lines[ebr].substr(lines[ebr].size() - capacity / 2 * 5);
+    const int numEbrs = static_cast<int>(wids.size());
+    if (!replaceEbrData(traverser, needed, startLine, frames, numEbrs, 0, 0, list)) return false;
+    require(digitsOf(bitstream) == stream);
+    require(digitsOf(list) == stream.substr(start, payload + capacity * 9 - start));
+    return true;
+  }
+
+  void warn(std::size_t ebr, std::size_t end, int numBits, std::size_t capacity) const {
+    const std::string found = stream.substr(end, 16), right = spellCrc(stream, end, numBits);
+    // Then the bits covered include one of the field itself.
+    const bool isIncluded = end % 8 == 7 && end + 1 >= static_cast<unsigned>(numBits);
+    if (found != right && found != digits(0, 16) && !isIncluded) {
+      std::string text = ": the CRC of the old contents is 0x";
+      binaryStringToHex(found, text);
+      binaryStringToHex(right, text += ", should be 0x");
+      printWarning("wid ", wids[ebr], text,
+                   ": the bitstream may be damaged, or the wid file may not fit it");
+    }
+    const std::size_t numWords = (columns[ebr].size() + 7) / 8;
+    if (numWords > capacity) {
+      printWarning("wid ", wids[ebr], ": the memory file gives ", to_string(numWords),
+                   " words of 8 bits, the EBR takes ", to_string(capacity),
+                   ": the rest is not written");
+    }
+  }
 
   Bitstream bitstream{0};
+  std::string stream;  // all its bits, as digits
   Lines wids, lines, columns;
   int width = 0, startLine = 0;
-  std::size_t firstIdentifier = 0;
+  std::map<std::size_t, std::string> payloads;
 };
-
-bool PlainRun::run() {
-  printLine("STATUS: loading input files");
-  if (!load()) return false;
-  printLine("STATUS: input files loaded successfully\nSTATUS: processing bitstream");
-  for (std::size_t ebr = 0; ebr < wids.size(); ++ebr) {
-    if (!replace(ebr)) return false;
-  }
-  printLine("STATUS: Successfully wrote out.bit");
-  return true;
-}
-
-bool PlainRun::load() {
-  int addrWidth = 0, dataWidth = 0;
-  if (!loadInputFiles("ram.wid", "words.mem", "in.bit", wids, lines, width, bitstream, addrWidth,
-                      dataWidth)) {
-    return false;
-  }
-  Lines words, widLines;
-  readFileLines("words.mem", words, {'#', '/'});
-  readFileLines("ram.wid", widLines, {});
-  int address = 0, data = 0, length = 0;
-  require(parseAddrDataWidth(widLines.back(), address, data));
-  widLines.pop_back();
-  require(checkWidLengths(widLines) && normalizeWids(widLines, length) && widLines == wids);
-  require(address == addrWidth && data == dataWidth && length == width);
-  columns = dealOut(words, static_cast<unsigned>(dataWidth) / wids.size(), wids.size());
-  stream = digitsOf(bitstream);
-  return true;
-}
-
-bool PlainRun::replace(std::size_t ebr) {
-  const std::string counter = " (" + to_string(ebr + 1) + "/" + to_string(wids.size()) + ")";
-  const int numEbrs = static_cast<int>(wids.size());
-  std::size_t start = 0;
-  int frames = 0;
-  if (!findIdentifier(wids[ebr], start)) return false;
-  printLine("STATUS: Replacing contents of EBR ID# ", wids[ebr], counter);
-  BitstreamTraverser traverser(&bitstream);
-  traverser.setBitIndex(start);
-  std::list<bool> list;
-  if (!findEbrDataSection(traverser, frames, list)) return false;
-
-  const std::size_t payload = traverser.getBitIndex(),
-                    numWords = static_cast<unsigned>(frames) * 8U;
-  const std::size_t end = payload + numWords * 9;
-  const std::size_t capacity = std::min(numWords, lines[ebr].size() / 5 * 2);
-  const int numBits = 96 + 72 * frames;
-  if (end + 16 <= stream.size()) {
-    payloads[payload] = wids[ebr] + counter;
-    warn(ebr, end, numBits, capacity);
-    stream.replace(payload, capacity * 9, spellPayload(columns[ebr], capacity));
-    stream.replace(end, 16, spellCrc(stream, end, numBits));
-  }
-  // Only this EBR's line, and only what the payload takes of it.
-  Lines needed(wids.size());
-  needed[ebr] = lines[ebr].substr(lines[ebr].size() - capacity / 2 * 5);
-  if (!replaceEbrData(traverser, needed, startLine, frames, numEbrs, 0, 0, list)) return false;
-  require(digitsOf(bitstream) == stream);
-  require(digitsOf(list) == stream.substr(start, payload + capacity * 9 - start));
-  return true;
-}
-
-// Sets `at` to the end of the identifier.
-bool PlainRun::findIdentifier(const std::string& wid, std::size_t& at) {
-  at = firstIdentifier - std::min<std::size_t>(firstIdentifier, 100);
-  const Outcome outcome =
-      findAfresh(stream, wid, static_cast<unsigned>(width), at, firstIdentifier);
-  if (outcome == Outcome::NO_SECTION) {
-    printLine("ERROR : didn't find EBR address section for wid ", wid);
-  } else if (outcome == Outcome::RAN_OFF_END) {
-    printLine("ERROR: ran off end of bit file looking for wid ", wid);
-  }
-  return outcome == Outcome::FOUND;
-}
-
-void PlainRun::warn(std::size_t ebr, std::size_t end, int numBits, std::size_t capacity) const {
-  const std::string found = stream.substr(end, 16), right = spellCrc(stream, end, numBits);
-  const bool isIncluded =
-      end % 8 == 7 && end + 1 >= static_cast<unsigned>(numBits);  // a bit of the field itself
-  if (found != right && found != digits(0, 16) && !isIncluded) {
-    printWarning("wid ", wids[ebr], ": the CRC of the old contents is ", spellHex(found),
-                 ", should be ", spellHex(right),
-                 ": the bitstream may be damaged, or the wid file may not fit it");
-  }
-  const std::size_t numWords = (columns[ebr].size() + 7) / 8;
-  if (numWords > capacity) {
-    printWarning("wid ", wids[ebr], ": the memory file gives ", to_string(numWords),
-                 " words of 8 bits, the EBR takes ", to_string(capacity),
-                 ": the rest is not written");
-  }
-}
 
 }  // namespace
 
@@ -169,9 +150,8 @@ bool findSection(const std::string& stream, std::size_t& at) {
 }
 
 Outcome findAfresh(const std::string& stream, const std::string& wid, std::size_t width,
-                   std::size_t& at, std::size_t& firstIdentifier) {
+                   std::size_t& at) {
   while (findSection(stream, at)) {
-    if (firstIdentifier == 0) firstIdentifier = at;
     if (stream.size() - at <= std::max<std::size_t>(1, width)) return Outcome::RAN_OFF_END;
     const std::string identifier = stream.substr(at, width);
     at += width;

@@ -48,9 +48,8 @@ TEST(SectionChain, FindsWhatAFreshSearchFinds) {
     SectionChain sections(bitstream, wids);
     for (int step = 0; step < 12; ++step) {
       const std::string& wid = wids[random() % 3];
-      std::size_t end = 0, first = 0;
-      std::uint64_t index = 0;
-      const Outcome outcome = findAfresh(stream, wid, width, end, first);
+      std::uint64_t index = 0, end = 0;
+      const Outcome outcome = findAfresh(stream, wid, width, end);
       ASSERT_EQ(sections.find(wid, index), outcome) << "seed " << seed << ": " << stream;
       if (outcome == Outcome::FOUND) {
         ASSERT_EQ(index + IDENTIFIER_OFFSET + width, end) << "seed " << seed << ": " << stream;

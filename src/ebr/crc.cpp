@@ -47,8 +47,8 @@ static_assert(CONTRIBUTIONS[0][1] == reverse16(CRC_REFLECTED_POLYNOMIAL));
 
 unsigned char reverseByteBits(unsigned char value) { return BIT_REVERSE_TABLE[value]; }
 
-std::uint16_t crc16(const unsigned char* bytes, std::size_t size, std::uint16_t crc) {
-  unsigned sum = crc;
+std::uint16_t crc16(const unsigned char* bytes, std::size_t size) {
+  unsigned sum = 0;
   for (; size >= BLOCK; size -= BLOCK, bytes += BLOCK) {
     // The CRC so far acts as if XORed into the block's first two bytes.
     unsigned block = CONTRIBUTIONS[BLOCK - 1][bytes[0] ^ sum >> 8] ^

@@ -29,8 +29,7 @@ inline constexpr std::array<std::uint16_t, 16> CRC16_NIBBLE_TABLE = {
 unsigned char reverseByteBits(unsigned char value);
 
 /// The CRC-16/UMTS (polynomial 0x8005, initial value 0, nothing reflected, no final XOR; check
-/// value 0xFEE8 for "123456789") of `size` bytes at `bytes`. `crc` is the CRC of the bytes before
-/// them, so that a range can be computed in pieces.
-std::uint16_t crc16(const unsigned char* bytes, std::size_t size, std::uint16_t crc = 0);
+/// value 0xFEE8 for "123456789") of `size` bytes at `bytes`.
+std::uint16_t crc16(const unsigned char* bytes, std::size_t size);
 
 #endif
