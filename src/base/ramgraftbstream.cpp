@@ -98,6 +98,28 @@ void Bitstream::appendDigits(unsigned long begin, unsigned long end, std::string
   }
 }
 
+void Bitstream::copyBits(unsigned long bitIndex, unsigned char* to, std::uint64_t count) const {
+  assertThat(bitIndex <= numBits && count <= numBits - bitIndex,
+             "void Bitstream::copyBits(long unsigned int, unsigned char*, uint64_t) const",
+             "bitIndex + count <= getNumBits()");
+  const unsigned char* from = bytes.data() + bitIndex / 8;
+  const unsigned shift = bitIndex % 8;
+  std::uint64_t copied = 0;
+  if (shift == 0) {
+    std::copy_n(from, count / 8, to);
+    copied = count / 8 * 8;
+  } else {
+    for (; count - copied >= 64; copied += 64, from += 8) {
+      storeBigEndian64(to + copied / 8, loadBigEndian64(from) << shift | from[8] >> (8 - shift));
+    }
+  }
+  if (copied == count) return;
+  const std::uint64_t window = getWindow(bitIndex + copied) & ~(UINT64_MAX >> (count - copied));
+  for (unsigned place = 56; copied < count; copied += 8, place -= 8) {
+    to[copied / 8] = static_cast<unsigned char>(window >> place);
+  }
+}
+
 void Bitstream::overwriteBits(unsigned long bitIndex, const unsigned char* from,
                               std::uint64_t count) {
   assertThat(bitIndex <= numBits && count <= numBits - bitIndex,

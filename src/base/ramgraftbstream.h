@@ -49,6 +49,10 @@ class Bitstream {
   /// The 64 bits from `bitIndex` on, first bit most significant; bits past the end read as 0.
   /// `bitIndex` must be at most getNumBits().
   std::uint64_t getWindow(unsigned long bitIndex) const;
+  /// Copies the `count` bits from `bitIndex` on, all below getNumBits(), to the first ceil(`count`
+  /// / 8) bytes at `to`, most significant bit of a byte first; bits left over in the last byte are
+  /// 0.
+  void copyBits(unsigned long bitIndex, unsigned char* to, std::uint64_t count) const;
   /// Appends the bits [`begin`, `end`), which must lie below getNumBits(), to `text` as digits.
   void appendDigits(unsigned long begin, unsigned long end, std::string& text) const;
   /// Overwrites `count` bits from `bitIndex` on with the first `count` bits of `from`, most
