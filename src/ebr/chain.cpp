@@ -28,15 +28,27 @@ std::uint64_t subtractToZero(std::uint64_t from, std::uint64_t amount) {
 
 }  // namespace
 
-std::vector<std::uint64_t> walkChain(const Bitstream& bitstream, std::uint64_t identifierBits) {
+std::vector<std::uint64_t> findAllSections(const Bitstream& bitstream) {
   std::vector<std::uint64_t> sections;
-  std::uint64_t section = findAddressSection(bitstream, 0, NOT_FOUND);
-  while (section != NOT_FOUND) {
+  for (std::uint64_t from = 0;;) {
+    const std::uint64_t section = findAddressSection(bitstream, from, NOT_FOUND);
+    if (section == NOT_FOUND) return sections;
     sections.push_back(section);
-    const std::uint64_t end = endOfSection(bitstream, section, identifierBits);
-    section = findAddressSection(bitstream, end, NOT_FOUND);
+    from = section + 1;
   }
-  return sections;
+}
+
+std::vector<std::uint64_t> selectChain(const Bitstream& bitstream,
+                                       const std::vector<std::uint64_t>& allSections,
+                                       std::uint64_t identifierBits) {
+  std::vector<std::uint64_t> chain;
+  std::uint64_t end = 0;
+  for (const std::uint64_t section : allSections) {
+    if (section < end) continue;
+    chain.push_back(section);
+    end = endOfSection(bitstream, section, identifierBits);
+  }
+  return chain;
 }
 
 SectionChain::SectionChain(const Bitstream& stream, const std::vector<std::string>& wids)
@@ -95,9 +107,7 @@ bool SectionChain::follow() {
 // Lowers the first candidate of the wid that `section` carries, if it carries one.
 void SectionChain::noteCandidate(std::uint64_t section) {
   if (!isComplete(section)) return;
-  std::string identifier;
-  bitstream.appendDigits(identifierIndexOf(bitstream, section), endOf(section), identifier);
-  const auto candidate = firstCandidates.find(identifier);
+  const auto candidate = firstCandidates.find(identifierOf(bitstream, section, identifierBits));
   if (candidate == firstCandidates.end()) return;
   candidate->second = std::min(candidate->second, section);
 }

@@ -10,12 +10,18 @@
 
 #include "base/ramgraftbstream.h"
 
-/// The chain of a stream that doesn't change, as bit indexes of the address opcodes, ascending. Its
-/// first section is the first in the stream; each further one is the first that begins at or after
-/// the end of the identifier, of `identifierBits` bits, of the one before. Sections that begin
-/// inside an identifier are therefore not part of it. A section without an identifier, cut short by
-/// the end of the stream, can only be the last.
-std::vector<std::uint64_t> walkChain(const Bitstream& bitstream, std::uint64_t identifierBits);
+/// The bit indexes of all address sections of a stream, ascending; also of those that begin inside
+/// another one's identifier.
+std::vector<std::uint64_t> findAllSections(const Bitstream& bitstream);
+
+/// The chain of a stream that doesn't change, selected from findAllSections(). Its first section is
+/// the first in the stream; each further one is the first that begins at or after the end of the
+/// identifier, of `identifierBits` bits, of the one before. Sections that begin inside an
+/// identifier are therefore not part of it. A section without an identifier, cut short by the end
+/// of the stream, can only be the last.
+std::vector<std::uint64_t> selectChain(const Bitstream& bitstream,
+                                       const std::vector<std::uint64_t>& allSections,
+                                       std::uint64_t identifierBits);
 
 /// Finds the address section of one wid after the other as a search from the stream's start would
 /// each time, but remembers the chain: it looks at every bit once, and again only where something

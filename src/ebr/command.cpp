@@ -43,10 +43,8 @@ EbrCommand readEbrCommand(const Bitstream& bitstream, std::uint64_t index,
     command.faultIndex = identifierIndexOf(bitstream, index);
     return command;
   }
-  const std::uint64_t identifierIndex = identifierIndexOf(bitstream, index);
-  const std::uint64_t identifierEnd = identifierIndex + identifierBits;
-  bitstream.appendDigits(identifierIndex, identifierEnd, command.identifier);
-  const DataHeader header = readDataHeader(bitstream, identifierEnd);
+  const DataHeader header =
+      readDataHeader(bitstream, endOfSection(bitstream, index, identifierBits));
   command.fault = header.fault;
   command.faultIndex = command.payloadIndex = header.endIndex;
   command.frameCount = header.frameCount;

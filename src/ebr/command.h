@@ -3,7 +3,6 @@
 #define RAMGRAFT_EBR_COMMAND_H
 
 #include <cstdint>
-#include <string>
 
 #include "base/ramgraftbstream.h"
 #include "ebr/format.h"
@@ -34,7 +33,6 @@ struct EbrCommand {
   CommandFault fault = CommandFault::NONE;
   std::uint64_t faultIndex = 0;  ///< bit index of the field that is missing
   std::uint64_t index = 0;       ///< bit index of the address opcode
-  std::string identifier;        ///< as digits, first bit first; empty when it is missing
   std::uint64_t frameCount = 0;
   std::uint64_t payloadIndex = 0;  ///< bit index of the first payload bit
 

@@ -19,3 +19,11 @@ std::uint64_t endOfSection(const Bitstream& bitstream, std::uint64_t section,
   if (!hasIdentifier(bitstream, section, identifierBits)) return bitstream.getNumBits();
   return identifierIndexOf(bitstream, section) + identifierBits;
 }
+
+std::string identifierOf(const Bitstream& bitstream, std::uint64_t section,
+                         std::uint64_t identifierBits) {
+  std::string identifier;
+  const std::uint64_t index = identifierIndexOf(bitstream, section);
+  bitstream.appendDigits(index, index + identifierBits, identifier);
+  return identifier;
+}

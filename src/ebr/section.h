@@ -3,6 +3,7 @@
 #define RAMGRAFT_EBR_SECTION_H
 
 #include <cstdint>
+#include <string>
 
 #include "base/ramgraftbstream.h"
 
@@ -18,5 +19,9 @@ bool hasIdentifier(const Bitstream& bitstream, std::uint64_t section, std::uint6
 /// or the end of the stream when there is none.
 std::uint64_t endOfSection(const Bitstream& bitstream, std::uint64_t section,
                            std::uint64_t identifierBits);
+
+/// The identifier of a section that has one, as digits, first bit first.
+std::string identifierOf(const Bitstream& bitstream, std::uint64_t section,
+                         std::uint64_t identifierBits);
 
 #endif
