@@ -42,53 +42,91 @@ void transpose(std::array<Row, TILE_ROUNDS>& rows) {
   }
 }
 
-// Reads one EBR's column, 64 data bits at a time.
-class ColumnReader {
+// A run of consecutive bits of the row that belong to one group.
+struct GroupPiece {
+  std::uint64_t position;  // of the first bit, in the row
+  std::uint64_t bits;
+};
+
+// Walks through one EBR's column, group by group.
+class ColumnWalk {
  public:
-  // Starts after the first `groupsRead` groups of the EBR.
-  ColumnReader(const MemoryWords& from, std::uint64_t ebr, std::uint64_t groupsRead)
-      : words(from),
-        bitsLeft(from.getColumnBits(ebr) - groupsRead * from.getBitsPerEbr()),
-        position((groupsRead * from.getNumEbrs() + from.getTurn(ebr)) * from.getBitsPerEbr()),
-        groupBitsLeft(from.getBitsPerEbr()) {}
+  // Starts after the first `bitsWalked` data bits.
+  ColumnWalk(const MemoryWords& memoryWords, std::uint64_t ebr, std::uint64_t bitsWalked)
+      : words(memoryWords), bitsLeft(words.getColumnBits(ebr) - bitsWalked) {
+    const std::uint64_t bitsPerEbr = words.getBitsPerEbr();
+    const std::uint64_t inGroup = bitsWalked % bitsPerEbr;
+    const std::uint64_t group = bitsWalked / bitsPerEbr * words.getNumEbrs() + words.getTurn(ebr);
+    position = group * bitsPerEbr + inGroup;
+    groupBitsLeft = bitsPerEbr - inGroup;
+  }
 
   std::uint64_t getBitsLeft() const { return bitsLeft; }
 
-  // The next 64 data bits, the first one least significant. Bits after the column's end are 0.
-  std::uint64_t nextFrame() {
-    constexpr std::uint64_t LARGEST_PIECE = 57;  // a load from the last bit of a byte has no more
-    std::uint64_t frame = 0;
-    for (std::uint64_t filled = 0; filled < FRAME_CONTENT_BITS && bitsLeft > 0;) {
-      const std::uint64_t take =
-          std::min({groupBitsLeft, FRAME_CONTENT_BITS - filled, LARGEST_PIECE});
-      frame |= (load() & ((UINT64_C(1) << take) - 1)) << filled;
-      filled += take;
-      position += take;
-      bitsLeft -= take;
-      groupBitsLeft -= take;
-      if (groupBitsLeft == 0) {
-        position += words.getRoundBits() - words.getBitsPerEbr();
-        groupBitsLeft = words.getBitsPerEbr();
-      }
+  // The next piece, of no more than `most` bits.
+  GroupPiece next(std::uint64_t most) {
+    const GroupPiece piece = {position, std::min(groupBitsLeft, most)};
+    position += piece.bits;
+    bitsLeft -= piece.bits;
+    groupBitsLeft -= piece.bits;
+    if (groupBitsLeft == 0) {
+      position += words.getRoundBits() - words.getBitsPerEbr();
+      groupBitsLeft = words.getBitsPerEbr();
     }
-    return frame;
+    return piece;
   }
 
  private:
-  // At least LARGEST_PIECE bits from `position` on; those after the last byte are 0.
-  std::uint64_t load() const {
-    const std::span<const unsigned char> rest = words.getBytes().subspan(position / 8);
-    if (rest.size() >= 8) return loadLittleEndian64(rest.data()) >> position % 8;
-    std::array<unsigned char, 8> last{};
-    std::copy(rest.begin(), rest.end(), last.begin());
-    return loadLittleEndian64(last.data()) >> position % 8;
-  }
-
   const MemoryWords& words;
   std::uint64_t bitsLeft;       // of the column
   std::uint64_t position;       // of the next bit, in the row of bits
   std::uint64_t groupBitsLeft;  // of the group that contains `position`
 };
+
+constexpr std::uint64_t LARGEST_PIECE = 57;  // a load from the last bit of a byte has no more
+
+constexpr std::uint64_t lowBits(std::uint64_t count) { return (UINT64_C(1) << count) - 1; }
+
+// At least LARGEST_PIECE bits of the row from `position` on; those after the last byte are 0.
+std::uint64_t loadBits(std::span<const unsigned char> row, std::uint64_t position) {
+  const std::span<const unsigned char> rest = row.subspan(position / 8);
+  if (rest.size() >= 8) return loadLittleEndian64(rest.data()) >> position % 8;
+  std::array<unsigned char, 8> last{};
+  std::copy(rest.begin(), rest.end(), last.begin());
+  return loadLittleEndian64(last.data()) >> position % 8;
+}
+
+// Overwrites the bits of a piece with the low bits of `value`.
+void storeBits(std::span<unsigned char> row, const GroupPiece& piece, std::uint64_t value) {
+  const std::span<unsigned char> rest = row.subspan(piece.position / 8);
+  const std::uint64_t mask = lowBits(piece.bits) << piece.position % 8;
+  std::array<unsigned char, 8> bytes{};
+  const std::size_t size = std::min(rest.size(), bytes.size());
+  std::copy_n(rest.begin(), size, bytes.begin());
+  const std::uint64_t kept = loadLittleEndian64(bytes.data()) & ~mask;
+  storeLittleEndian64(bytes.data(), kept | (value << piece.position % 8 & mask));
+  std::copy_n(bytes.begin(), size, rest.begin());
+}
+
+// The next 64 data bits, the first one least significant. Bits after the column's end are 0.
+std::uint64_t readFrame(std::span<const unsigned char> row, ColumnWalk& walk) {
+  std::uint64_t frame = 0;
+  for (std::uint64_t filled = 0; filled < FRAME_CONTENT_BITS && walk.getBitsLeft() > 0;) {
+    const GroupPiece piece = walk.next(std::min(FRAME_CONTENT_BITS - filled, LARGEST_PIECE));
+    frame |= (loadBits(row, piece.position) & lowBits(piece.bits)) << filled;
+    filled += piece.bits;
+  }
+  return frame;
+}
+
+// The inverse: overwrites the next 64 data bits, or those up to the column's end.
+void writeFrame(std::span<unsigned char> row, ColumnWalk& walk, std::uint64_t frame) {
+  for (std::uint64_t taken = 0; taken < FRAME_CONTENT_BITS && walk.getBitsLeft() > 0;) {
+    const GroupPiece piece = walk.next(std::min(FRAME_CONTENT_BITS - taken, LARGEST_PIECE));
+    storeBits(row, piece, frame >> taken);
+    taken += piece.bits;
+  }
+}
 
 }  // namespace
 
@@ -114,10 +152,10 @@ void EbrColumns::gather(std::uint64_t ebr) {
   bytes.resize((end - begin) * stride);
   const std::uint64_t rounds = isTiled ? gatherTiles() : 0;
   for (std::uint64_t each = begin; each < end; ++each) {
-    ColumnReader reader(words, each, rounds);
+    ColumnWalk walk(words, each, rounds * words.getBitsPerEbr());
     unsigned char* target = columnOf(each) + rounds;
-    for (; reader.getBitsLeft() > 0; target += FRAME_CONTENT_BYTES) {
-      storeLittleEndian64(target, reader.nextFrame());
+    for (; walk.getBitsLeft() > 0; target += FRAME_CONTENT_BYTES) {
+      storeLittleEndian64(target, readFrame(words.getBytes(), walk));
     }
   }
 }
@@ -143,4 +181,16 @@ std::uint64_t EbrColumns::gatherTiles() {
     }
   }
   return numRounds;
+}
+
+std::uint64_t columnFrame(const MemoryWords& words, std::uint64_t ebr, std::uint64_t frame) {
+  ColumnWalk walk(words, ebr, frame * FRAME_CONTENT_BITS);
+  return readFrame(words.getBytes(), walk);
+}
+
+void putColumn(MemoryWords& words, std::uint64_t ebr, std::span<const unsigned char> column) {
+  ColumnWalk walk(words, ebr, 0);
+  for (; walk.getBitsLeft() > 0; column = column.subspan(FRAME_CONTENT_BYTES)) {
+    writeFrame(words.getBytes(), walk, loadLittleEndian64(column.data()));
+  }
 }

@@ -1,5 +1,6 @@
 #include "ebr/memorywords.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -91,10 +92,13 @@ bool convertPairs(std::string_view text, unsigned char* target) {
 
 }  // namespace
 
-MemoryWords::MemoryWords(std::uint64_t ebrs, std::uint64_t bitsEach)
-    : numEbrs(ebrs), bitsPerEbr(bitsEach) {
-  assertThat(ebrs >= 1 && bitsEach >= 1, "MemoryWords::MemoryWords(uint64_t, uint64_t)",
-             "numEbrs >= 1 && bitsPerEbr >= 1");
+MemoryWords::MemoryWords(std::uint64_t ebrs, std::uint64_t bitsEach) { deal(ebrs, bitsEach); }
+
+void MemoryWords::deal(std::uint64_t ebrs, std::uint64_t bitsEach) {
+  assertThat(ebrs >= 1 && bitsEach >= 1, "void MemoryWords::deal(uint64_t, uint64_t)",
+             "ebrs >= 1 && bitsEach >= 1");
+  numEbrs = ebrs;
+  bitsPerEbr = bitsEach;
 }
 
 void MemoryWords::reserve(std::uint64_t wordBytes) { bytes.reserve(wordBytes); }
@@ -116,6 +120,20 @@ bool MemoryWords::appendWord(std::string_view word) {
 void MemoryWords::appendBytes(const std::vector<unsigned char>& wordBytes) {
   unsigned char* target = grow(wordBytes.size());
   for (const unsigned char byte : wordBytes) *target++ = reverseByteBits(byte);
+}
+
+void MemoryWords::appendZeros(std::size_t numBytes) { std::fill_n(grow(numBytes), numBytes, 0); }
+
+void MemoryWords::appendDigits(std::uint64_t begin, std::uint64_t end, std::string& text) const {
+  constexpr std::uint64_t DIGIT_BITS = 4;
+  for (std::uint64_t taken = (end - begin) % DIGIT_BITS; begin < end; taken = 0) {
+    if (taken == 0) taken = DIGIT_BITS;
+    const unsigned next = begin / 8 + 1 < bytes.size() ? bytes.data()[begin / 8 + 1] : 0U;
+    const unsigned bits = (next << 8 | bytes.data()[begin / 8]) >> begin % 8;
+    // Reversed, the first bit is the top one of a byte.
+    text += HEX_DIGITS[BIT_REVERSE_TABLE[bits & 0xFF] >> (8 - taken)];
+    begin += taken;
+  }
 }
 
 std::uint64_t MemoryWords::getColumnBits(std::uint64_t ebr) const {

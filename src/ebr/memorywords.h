@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -31,6 +32,14 @@ class MemoryWords {
   /// Appends whole bytes, each most significant bit first.
   void appendBytes(const std::vector<unsigned char>& wordBytes);
 
+  /// Appends `numBytes` bytes of 0 bits.
+  void appendZeros(std::size_t numBytes);
+  /// Deals the same row out anew. Both counts must be at least 1.
+  void deal(std::uint64_t ebrs, std::uint64_t bitsEach);
+  /// Appends the bits [`begin`, `end`) of the row, which must be there, to `text` in hexadecimal,
+  /// upper case: the inverse of appendWord(). If they don't make whole digits, 0 bits come first.
+  void appendDigits(std::uint64_t begin, std::uint64_t end, std::string& text) const;
+
   std::uint64_t getNumEbrs() const { return numEbrs; }
   std::uint64_t getBitsPerEbr() const { return bitsPerEbr; }
   /// Bits that one round of dealing uses up.
@@ -44,6 +53,7 @@ class MemoryWords {
   /// The row of bits, the first bit least significant in the first byte: 8 consecutive bits of a
   /// column then make a payload byte without being reversed.
   std::span<const unsigned char> getBytes() const { return {bytes.data(), bytes.size()}; }
+  std::span<unsigned char> getBytes() { return {bytes.data(), bytes.size()}; }
 
  private:
   unsigned char* grow(std::size_t numBytes);
