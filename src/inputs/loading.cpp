@@ -14,6 +14,20 @@ InputFault tooFewDataBits(const std::string& widFile, const WidthLine& line, int
   return fault;
 }
 
+// Makes sense of a width file's lines.
+InputFault interpret(const std::string& widFile, const WidthLine& widthLine, MemoryInputs& inputs) {
+  const Kind widthFault = parseWidthLine(widthLine.text, inputs.widths);
+  if (widthFault != Kind::NONE) {
+    return faultInLine(widthFault, widFile, {widthLine.text, widthLine.number});
+  }
+  removePrefixes(inputs.wids);
+  const int dataWidth = inputs.widths.data;
+  if (dataWidth < 1 || static_cast<std::size_t>(dataWidth) < inputs.wids.size()) {
+    return tooFewDataBits(widFile, widthLine, dataWidth, inputs.wids.size());
+  }
+  return {};
+}
+
 }  // namespace
 
 InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
@@ -26,20 +40,18 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
   fault = faultOf(memoryLines.getResult(), names.mem);
   if (fault.kind != Kind::NONE) return fault;
 
-  const Kind widthFault = parseWidthLine(widthLine.text, inputs.widths);
-  if (widthFault != Kind::NONE) {
-    return faultInLine(widthFault, names.wid, {widthLine.text, widthLine.number});
-  }
-  removePrefixes(inputs.wids);
-  const std::size_t numEbrs = inputs.wids.size();
-  const int dataWidth = inputs.widths.data;
-  if (dataWidth < 1 || static_cast<std::size_t>(dataWidth) < numEbrs) {
-    return tooFewDataBits(names.wid, widthLine, dataWidth, numEbrs);
-  }
-  MemoryWords words(numEbrs, static_cast<std::size_t>(dataWidth) / numEbrs);
+  fault = interpret(names.wid, widthLine, inputs);
+  if (fault.kind != Kind::NONE) return fault;
+  MemoryWords words(inputs.wids.size(), inputs.getBitsPerEbr());
   fault = readMemoryFile(memoryLines, names.mem, words, inputs.summary);
   if (fault.kind == Kind::NONE) inputs.words.emplace(std::move(words));
   return fault;
+}
+
+InputFault loadWidths(const std::string& widFile, MemoryInputs& inputs) {
+  WidthLine widthLine;
+  const InputFault fault = readWidthFile(widFile, inputs.wids, widthLine);
+  return fault.kind == Kind::NONE ? interpret(widFile, widthLine, inputs) : fault;
 }
 
 InputFault loadBitstream(const std::string& fileName, Bitstream& bitstream,

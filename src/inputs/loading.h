@@ -2,6 +2,7 @@
 #ifndef RAMGRAFT_INPUTS_LOADING_H
 #define RAMGRAFT_INPUTS_LOADING_H
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,11 +25,19 @@ struct MemoryInputs {
   Widths widths;
   std::optional<MemoryWords> words;  ///< set once the memory file was read without fault
   MemoryFileSummary summary;         ///< of the memory file
+
+  /// Bits of each memory word that one EBR holds, once the width file was read without fault.
+  std::uint64_t getBitsPerEbr() const {
+    return static_cast<std::uint64_t>(widths.data) / wids.size();
+  }
 };
 
 /// Loads the width file, then the memory file, into `inputs`, which is fresh. After a fault it is
 /// filled as far as the files were read.
 InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs);
+
+/// Loads the width file alone into `inputs`, which is fresh.
+InputFault loadWidths(const std::string& widFile, MemoryInputs& inputs);
 
 /// Appends all bits of the bitstream file to `bitstream` and sets `identity` to the file's.
 InputFault loadBitstream(const std::string& fileName, Bitstream& bitstream, FileIdentity& identity);

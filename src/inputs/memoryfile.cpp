@@ -10,6 +10,15 @@ namespace {
 
 using Kind = InputFault::Kind;
 
+InputFault notHexadecimal(const std::string& fileName, const TextLine& line) {
+  InputFault fault = faultInLine(Kind::NOT_HEXADECIMAL, fileName, line);
+  fault.character = *std::find_if(line.text.begin(), line.text.end(),
+                                  [](char digit) { return hexDigitValue(digit) < 0; });
+  return fault;
+}
+
+std::uint64_t bitsOf(const TextLine& line) { return (line.text.size() + 1) / 2 * 8; }
+
 class MemoryFileParser {
  public:
   MemoryFileParser(const std::string& memFile, MemoryWords& memoryWords,
@@ -30,8 +39,8 @@ class MemoryFileParser {
 
  private:
   InputFault addWord(const TextLine& line) {
-    if (!words.appendWord(line.text)) return notHexadecimal(line);
-    const std::uint64_t numBits = (line.text.size() + 1) / 2 * 8;
+    if (!words.appendWord(line.text)) return notHexadecimal(fileName, line);
+    const std::uint64_t numBits = bitsOf(line);
     if (numBits % words.getBitsPerEbr() != 0) return indivisible(line, numBits);
     const bool isMisfit = numBits % words.getRoundBits() != 0;
     summary.numWords += isMisfit ? 1 : numBits / words.getRoundBits();
@@ -42,13 +51,6 @@ class MemoryFileParser {
     const std::uint64_t longest = physicalLineBits(words.getLongestColumnBits());
     if (fullLine == 0 && longest > PHYSICAL_LINE_BITS) fullLine = line.number;
     return {};
-  }
-
-  InputFault notHexadecimal(const TextLine& line) const {
-    InputFault fault = faultInLine(Kind::NOT_HEXADECIMAL, fileName, line);
-    fault.character = *std::find_if(line.text.begin(), line.text.end(),
-                                    [](char digit) { return hexDigitValue(digit) < 0; });
-    return fault;
   }
 
   InputFault indivisible(const TextLine& line, std::uint64_t numBits) const {
@@ -83,4 +85,17 @@ class MemoryFileParser {
 InputFault readMemoryFile(LineReader& reader, const std::string& fileName, MemoryWords& words,
                           MemoryFileSummary& summary) {
   return MemoryFileParser(fileName, words, summary).parse(reader);
+}
+
+InputFault readEqualLines(LineReader& reader, const std::string& fileName, MemoryWords& words,
+                          EqualLines& lines) {
+  for (TextLine line; reader.next(line);) {
+    if (line.text.empty()) continue;  // a carriage return alone is no word
+    if (!words.appendWord(line.text)) return notHexadecimal(fileName, line);
+    if (lines.numLines++ == 0) lines.bits = bitsOf(line);
+    if (bitsOf(line) == lines.bits || lines.firstOther != 0) continue;
+    lines.firstOther = line.number;
+    lines.otherBits = bitsOf(line);
+  }
+  return faultOf(reader.getResult(), fileName);
 }

@@ -25,4 +25,17 @@ struct MemoryFileSummary {
 InputFault readMemoryFile(LineReader& reader, const std::string& fileName, MemoryWords& words,
                           MemoryFileSummary& summary);
 
+/// Whether all lines of a memory file have the same number of bits.
+struct EqualLines {
+  std::uint64_t numLines = 0;    ///< lines that are memory words
+  std::uint64_t bits = 0;        ///< of the first of them
+  std::uint64_t firstOther = 0;  ///< number in the file of the first with other bits, 0 if none
+  std::uint64_t otherBits = 0;   ///< its number of bits
+};
+
+/// Appends the words of a memory file of which it isn't known yet how they are dealt out: neither
+/// their bits nor the length of the columns is a fault.
+InputFault readEqualLines(LineReader& reader, const std::string& fileName, MemoryWords& words,
+                          EqualLines& lines);
+
 #endif
