@@ -2,7 +2,7 @@
 
 install(TARGETS ramgraft RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 set(pages ramgraft)
-if(RAMGRAFT_INSPECT)
+if(TARGET ramgraft-inspect)
   install(TARGETS ramgraft-inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES completion/ramgraft-inspect
     DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

@@ -100,12 +100,15 @@ std::uint64_t loadBits(std::span<const unsigned char> row, std::uint64_t positio
 void storeBits(std::span<unsigned char> row, const GroupPiece& piece, std::uint64_t value) {
   const std::span<unsigned char> rest = row.subspan(piece.position / 8);
   const std::uint64_t mask = lowBits(piece.bits) << piece.position % 8;
-  std::array<unsigned char, 8> bytes{};
-  const std::size_t size = std::min(rest.size(), bytes.size());
-  std::copy_n(rest.begin(), size, bytes.begin());
-  const std::uint64_t kept = loadLittleEndian64(bytes.data()) & ~mask;
-  storeLittleEndian64(bytes.data(), kept | (value << piece.position % 8 & mask));
-  std::copy_n(bytes.begin(), size, rest.begin());
+  value = value << piece.position % 8 & mask;
+  if (rest.size() >= 8) {
+    storeLittleEndian64(rest.data(), (loadLittleEndian64(rest.data()) & ~mask) | value);
+    return;
+  }
+  for (unsigned char& byte : rest) {
+    const auto place = static_cast<unsigned>(&byte - rest.data()) * 8;
+    byte = static_cast<unsigned char>((byte & ~(mask >> place)) | value >> place);
+  }
 }
 
 // The next 64 data bits, the first one least significant. Bits after the column's end are 0.

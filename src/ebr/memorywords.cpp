@@ -90,6 +90,8 @@ bool convertPairs(std::string_view text, unsigned char* target) {
   return (seen & NOT_A_DIGIT) == 0;
 }
 
+constexpr std::uint64_t DIGIT_BITS = 4;
+
 }  // namespace
 
 MemoryWords::MemoryWords(std::uint64_t ebrs, std::uint64_t bitsEach) { deal(ebrs, bitsEach); }
@@ -125,14 +127,21 @@ void MemoryWords::appendBytes(const std::vector<unsigned char>& wordBytes) {
 void MemoryWords::appendZeros(std::size_t numBytes) { std::fill_n(grow(numBytes), numBytes, 0); }
 
 void MemoryWords::appendDigits(std::uint64_t begin, std::uint64_t end, std::string& text) const {
-  constexpr std::uint64_t DIGIT_BITS = 4;
-  for (std::uint64_t taken = (end - begin) % DIGIT_BITS; begin < end; taken = 0) {
-    if (taken == 0) taken = DIGIT_BITS;
-    const unsigned next = begin / 8 + 1 < bytes.size() ? bytes.data()[begin / 8 + 1] : 0U;
-    const unsigned bits = (next << 8 | bytes.data()[begin / 8]) >> begin % 8;
+  // From the end, because the first digit is the one that may have fewer bits.
+  std::size_t digit = text.size() + (end - begin + DIGIT_BITS - 1) / DIGIT_BITS;
+  text.resize(digit);
+  for (; end % 8 == 0 && end - begin >= 8; end -= 8) {
+    const unsigned byte = BIT_REVERSE_TABLE[bytes.data()[end / 8 - 1]];
+    text[--digit] = HEX_DIGITS[byte & 0xF];
+    text[--digit] = HEX_DIGITS[byte >> 4];
+  }
+  while (end > begin) {
+    const std::uint64_t taken = std::min(DIGIT_BITS, end - begin);
+    end -= taken;
+    const unsigned next = end / 8 + 1 < bytes.size() ? bytes.data()[end / 8 + 1] : 0U;
+    const unsigned bits = (next << 8 | bytes.data()[end / 8]) >> end % 8;
     // Reversed, the first bit is the top one of a byte.
-    text += HEX_DIGITS[BIT_REVERSE_TABLE[bits & 0xFF] >> (8 - taken)];
-    begin += taken;
+    text[--digit] = HEX_DIGITS[BIT_REVERSE_TABLE[bits & 0xFF] >> (8 - taken)];
   }
 }
 

@@ -82,10 +82,13 @@ std::uint64_t readPayload(const Bitstream& bitstream, std::uint64_t index,
   std::uint64_t ninthBits = 0;
   for (std::uint64_t begin = 0; begin < contents.size(); begin += PIECE_WORDS) {
     const std::uint64_t words = std::min(PIECE_WORDS, contents.size() - begin);
+    if (words % FRAME_PAYLOAD_WORDS != 0) piece.fill(0);
     bitstream.copyBits(index + begin * PAYLOAD_WORD_BITS, piece.data(), words * PAYLOAD_WORD_BITS);
     for (std::uint64_t at = 0; at < words; at += FRAME_CONTENT_BYTES) {
-      const std::uint64_t set =
-          loadFrame(&piece[at / FRAME_CONTENT_BYTES * PAYLOAD_FRAME_BYTES], &contents[begin + at]);
+      std::array<unsigned char, FRAME_CONTENT_BYTES> bytes;
+      const unsigned char* frame = &piece[at / FRAME_CONTENT_BYTES * PAYLOAD_FRAME_BYTES];
+      const std::uint64_t set = loadFrame(frame, bytes.data());
+      std::copy_n(bytes.begin(), std::min(FRAME_CONTENT_BYTES, words - at), &contents[begin + at]);
       // Rarely any: counting them is a call on processors that can't.
       if (set != 0) ninthBits += static_cast<std::uint64_t>(std::popcount(set));
     }

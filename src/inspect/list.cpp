@@ -1,0 +1,217 @@
+#include "inspect/list.h"
+
+#include <algorithm>
+#include <array>
+
+#include "inspect/contents.h"
+#include "inspect/json.h"
+#include "inspect/opening.h"
+#include "inspect/output.h"
+#include "inspect/texts.h"
+
+namespace {
+
+using std::to_string;
+
+// An EBR as the list shows it.
+struct ListedEbr {
+  std::string identifier;
+  EbrCommand command;
+  std::uint64_t used = 0;  // bytes of contents that aren't 0
+  ContentsFacts facts;
+  bool isHidden = false;
+};
+
+// Calls `show` with each section that has a data section, or `showOther` with each that has none.
+template <typename Show>
+void forEachEbr(const SectionTable& table, const Show& show) {
+  std::vector<unsigned char> contents;
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    ListedEbr ebr;
+    ebr.command = table.getCommand(i);
+    if (ebr.command.fault != CommandFault::NONE) continue;
+    ebr.identifier = table.getIdentifier(i);
+    ebr.facts =
+        readContents(table.getBitstream(), ebr.command, contentsBytes(ebr.command), contents);
+    ebr.used = contents.size() -
+               static_cast<std::uint64_t>(std::count(contents.begin(), contents.end(), 0));
+    ebr.isHidden = table.isHidden(i);
+    show(ebr);
+  }
+}
+
+template <typename Show>
+void forEachOther(const SectionTable& table, const Show& show) {
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    const EbrCommand command = table.getCommand(i);
+    if (command.fault != CommandFault::NONE) show(table.getIdentifier(i), command);
+  }
+}
+
+// ---- As text ----
+
+std::string alignLeft(std::string text, std::size_t width) {
+  text.resize(std::max(width, text.size()), ' ');
+  return text;
+}
+
+std::string alignRight(const std::string& text, std::size_t width) {
+  return std::string(width - std::min(width, text.size()), ' ') + text;
+}
+
+// Bit 8k + b is bit b of byte k.
+std::string byteAndBit(std::uint64_t bitIndex) {
+  return to_string(bitIndex / 8) + "." + to_string(bitIndex % 8);
+}
+
+// The columns of both tables.
+class Columns {
+ public:
+  explicit Columns(const SectionTable& table)
+      : identifierWidth(std::max<std::size_t>(table.getIdentifierBits(), 10)),
+        bitWidth(std::max<std::size_t>(to_string(table.getBitstream().getNumBits()).size(), 8)) {}
+
+  // A line; what comes last isn't aligned.
+  std::string line(const std::string& identifier, const std::string& bit, const std::string& place,
+                   const std::array<std::string, 3>& counts, const std::string& last) const {
+    std::string text = start(identifier, bit, place);
+    for (const std::string& count : counts) text += alignRight(count, COUNT_WIDTH);
+    return text + "  " + last + "\n";
+  }
+
+  std::string shortLine(const std::string& identifier, const std::string& bit,
+                        const std::string& place, const std::string& last) const {
+    return start(identifier, bit, place) + "  " + last + "\n";
+  }
+
+ private:
+  static constexpr std::size_t COUNT_WIDTH = 9;
+
+  std::string start(const std::string& identifier, const std::string& bit,
+                    const std::string& place) const {
+    return alignLeft(identifier, identifierWidth) + "  " + alignRight(bit, bitWidth) + "  " +
+           alignRight(place, bitWidth + 1);
+  }
+
+  std::size_t identifierWidth, bitWidth;
+};
+
+// What the last line says.
+struct Totals {
+  std::uint64_t ebrs = 0, frames = 0, bytes = 0, used = 0, hidden = 0;
+  std::array<std::uint64_t, 4> verdicts{};  // for each CrcCheck::Verdict
+
+  void add(const ListedEbr& ebr) {
+    ++ebrs;
+    frames += ebr.command.frameCount;
+    bytes += contentsBytes(ebr.command);
+    used += ebr.used;
+    hidden += ebr.isHidden ? 1 : 0;
+    ++verdicts[static_cast<std::size_t>(ebr.facts.crc.verdict)];
+  }
+
+  // How many CRCs are right and so on, and how many sections are hidden.
+  std::string summary() const {
+    std::string text;
+    for (std::size_t i = 0; i < verdicts.size(); ++i) {
+      if (verdicts[i] == 0) continue;
+      const auto name = nameOf(static_cast<CrcCheck::Verdict>(i));
+      text.append(text.empty() ? "" : ", ").append(to_string(verdicts[i]) + " ").append(name);
+    }
+    if (hidden != 0) text += ", " + to_string(hidden) + " hidden";
+    return text;
+  }
+};
+
+std::string remarksOn(const ListedEbr& ebr) {
+  std::string text(nameOf(ebr.facts.crc.verdict));
+  if (ebr.isHidden) text += ", hidden";
+  if (ebr.facts.ninthBits != 0) text += ", " + countOf(ebr.facts.ninthBits, "ninth bit") + " set";
+  return text;
+}
+
+void printEbrs(const SectionTable& table, const Columns& columns, StandardOutput& output) {
+  output.write(columns.line("identifier", "bit", "byte.bit", {"frames", "bytes", "used"}, "CRC"));
+  Totals totals;
+  forEachEbr(table, [&](const ListedEbr& ebr) {
+    totals.add(ebr);
+    const std::uint64_t bit = ebr.command.index;
+    output.write(columns.line(ebr.identifier, to_string(bit), byteAndBit(bit),
+                              {to_string(ebr.command.frameCount),
+                               to_string(contentsBytes(ebr.command)), to_string(ebr.used)},
+                              remarksOn(ebr)));
+  });
+  output.write(
+      columns.line(countOf(totals.ebrs, "EBR"), "", "",
+                   {to_string(totals.frames), to_string(totals.bytes), to_string(totals.used)},
+                   totals.summary()));
+}
+
+void printOthers(const SectionTable& table, const Columns& columns, StandardOutput& output) {
+  bool isFirst = true;
+  forEachOther(table, [&](const std::string& identifier, const EbrCommand& command) {
+    if (isFirst) {
+      output.write("\nSections without contents, data that looks like an address:\n");
+      output.write(columns.shortLine("identifier", "bit", "byte.bit", "reason"));
+    }
+    isFirst = false;
+    output.write(columns.shortLine(identifier, to_string(command.index), byteAndBit(command.index),
+                                   std::string(wordsOf(command.fault))));
+  });
+}
+
+void printText(const SectionTable& table, StandardOutput& output) {
+  const Columns columns(table);
+  printEbrs(table, columns, output);
+  printOthers(table, columns, output);
+}
+
+// ---- As JSON ----
+
+Json toJson(const ListedEbr& ebr) {
+  const CrcCheck& crc = ebr.facts.crc;
+  return {{"identifier", ebr.identifier},
+          {"bit", ebr.command.index},
+          {"frames", ebr.command.frameCount},
+          {"bytes", contentsBytes(ebr.command)},
+          {"used", ebr.used},
+          {"ninthBits", ebr.facts.ninthBits},
+          {"crc", nameOf(crc.verdict)},
+          {"storedCrc", toHex16(crc.stored)},
+          {"computedCrc", toHex16(crc.computed)},
+          {"hidden", ebr.isHidden}};
+}
+
+void printJson(const SectionTable& table, const std::string& fileName, StandardOutput& output) {
+  JsonObject object(output);
+  object.add("file", fileName);
+  object.add("bytes", table.getBitstream().getNumBytes());
+  object.add("identifierBits", table.getIdentifierBits());
+  object.beginList("sections");
+  forEachEbr(table, [&](const ListedEbr& ebr) { object.addElement(toJson(ebr)); });
+  object.endList();
+  object.beginList("others");
+  forEachOther(table, [&](const std::string& identifier, const EbrCommand& command) {
+    object.addElement(
+        {{"identifier", identifier}, {"bit", command.index}, {"reason", wordsOf(command.fault)}});
+  });
+  object.endList();
+  object.end();
+}
+
+}  // namespace
+
+ExitStatus runList(const CommandLine& commandLine) {
+  OpenStream stream;
+  if (!openStream(commandLine.bitFile, stream)) return ExitStatus::FAILED;
+  const std::optional<SectionTable> table =
+      findSections(stream.bitstream, commandLine.bitFile, commandLine.identifierBits);
+  if (!table) return ExitStatus::FAILED;
+  StandardOutput output;
+  if (commandLine.isJson) {
+    printJson(*table, commandLine.bitFile, output);
+  } else {
+    printText(*table, output);
+  }
+  return output.finish(ExitStatus::FINE);
+}

@@ -1,0 +1,57 @@
+#include "inspect/output.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "console/lines.h"
+#include "files/replace.h"
+
+namespace {
+
+const unsigned char* bytesOf(std::string_view text) {
+  return reinterpret_cast<const unsigned char*>(text.data());
+}
+
+ExitStatus sayUnwritten(std::string_view name, int error) {
+  printDiagnostic("ERROR: can't write ", name, ": ", std::strerror(error));
+  return ExitStatus::FAILED;
+}
+
+}  // namespace
+
+void StandardOutput::write(std::string_view text) {
+  constexpr std::size_t PIECE = 64 << 10;
+  pending += text;
+  if (pending.size() >= PIECE) flush();
+}
+
+// Through a descriptor of its own, because closing that can report an error, too.
+void StandardOutput::flush() {
+  if (error == 0) {
+    FileDescriptor output(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+    std::size_t written = 0;
+    error = output.isOpen() ? output.write(bytesOf(pending), pending.size(), written) : errno;
+    const int closeError = output.close();
+    if (error == 0) error = closeError;
+  }
+  pending.clear();
+}
+
+ExitStatus StandardOutput::finish(ExitStatus status) {
+  if (!pending.empty()) flush();
+  return error == 0 ? status : sayUnwritten("to standard output", error);
+}
+
+ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
+                     const FileIdentity& input) {
+  if (!fileName) {
+    StandardOutput output;
+    output.write(text);
+    return output.finish(ExitStatus::FINE);
+  }
+  const int error = replaceFile(*fileName, bytesOf(text), text.size(), input);
+  return error == 0 ? ExitStatus::FINE : sayUnwritten("file " + *fileName, error);
+}

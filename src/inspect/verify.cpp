@@ -1,0 +1,163 @@
+#include "inspect/verify.h"
+
+#include <algorithm>
+
+#include "console/lines.h"
+#include "inspect/comparison.h"
+#include "inspect/json.h"
+#include "inspect/opening.h"
+#include "inspect/output.h"
+#include "inspect/rehearsal.h"
+#include "inspect/texts.h"
+
+namespace {
+
+using std::to_string;
+
+// What was found, for printing.
+struct Verification {
+  std::string fault;  // why a run would fail; empty if it would succeed
+  bool isSame = true;
+  Comparison comparison;
+
+  // Calls `show` with the number of each word that differs and the words found.
+  template <typename Show>
+  void forEachDifferentWord(const MemoryWords& expected, const Show& show) const {
+    if (isSame || !comparison.found) return;
+    const MemoryWords& found = *comparison.found;
+    auto word = nextDifferentWord(expected, found, 0);
+    for (; word; word = nextDifferentWord(expected, found, *word + 1)) show(*word, found);
+  }
+
+  // Calls `show` with each EBR about which there is more to say.
+  template <typename Show>
+  void forEachRemarkable(const Show& show) const {
+    if (isSame) return;
+    for (const EbrFinding& finding : comparison.findings) {
+      if (finding.isRemarkable() && !finding.isListedAgain) show(finding);
+    }
+  }
+};
+
+// When no EBR differs, a run would change nothing. Otherwise it almost always would, and the
+// rehearsal, which spoils the stream, knows for sure.
+Verification verify(const MemoryInputs& inputs, Bitstream& bitstream) {
+  Verification result;
+  result.comparison = compareEbrs(bitstream, inputs);
+  const std::vector<EbrFinding>& findings = result.comparison.findings;
+  const auto isSame = [](const EbrFinding& finding) { return finding.isSame(); };
+  const bool isComplete = findings.size() == inputs.wids.size();
+  if (isComplete && std::ranges::all_of(findings, isSame)) return result;
+  const Rehearsal rehearsal = rehearse(inputs, bitstream);
+  result.fault = rehearsal.fault;
+  result.isSame = !rehearsal.isChanged;
+  return result;
+}
+
+std::uint64_t countWords(const MemoryWords& words) {
+  return (words.getBytes().size() * 8 + words.getRoundBits() - 1) / words.getRoundBits();
+}
+
+// A word in hexadecimal; at the end of a file with other lines it may be only the start of one.
+std::string spellWord(const MemoryWords& words, std::uint64_t word) {
+  const std::uint64_t begin = word * words.getRoundBits();
+  std::string text;
+  words.appendDigits(begin, std::min(begin + words.getRoundBits(), words.getBytes().size() * 8),
+                     text);
+  return text;
+}
+
+std::string remarksOn(const EbrFinding& finding) {
+  std::vector<std::string> remarks;
+  if (finding.hasOtherBehind) remarks.emplace_back("contents that aren't 0 after the words");
+  if (finding.facts.ninthBits != 0) {
+    remarks.push_back(countOf(finding.facts.ninthBits, "ninth bit") + " set");
+  }
+  if (!finding.facts.hasLastingCrc()) {
+    const CrcCheck& crc = finding.facts.crc;
+    remarks.push_back(std::string("CRC ").append(nameOf(crc.verdict)) + " (" + toHex16(crc.stored) +
+                      ", computed " + toHex16(crc.computed) + ")");
+  }
+  std::string text;
+  for (const std::string& remark : remarks) text += (text.empty() ? "" : ", ") + remark;
+  return text;
+}
+
+// Where the payload is shorter than the words, a run would leave words out.
+void printWarnings(const Verification& result, const MemoryInputs& inputs) {
+  for (const EbrFinding& finding : result.comparison.findings) {
+    const std::uint64_t givenWords = (inputs.words->getColumnBits(finding.ebr) + 7) / 8;
+    if (givenWords <= finding.writtenWords) continue;
+    printWarning("EBR ", excerptOf(inputs.wids[finding.ebr]), ": the memory file gives ",
+                 countOf(givenWords, "byte"), ", the EBR takes ", to_string(finding.writtenWords),
+                 ": the rest isn't compared");
+  }
+}
+
+void printText(const Verification& result, const MemoryInputs& inputs, StandardOutput& output) {
+  constexpr std::uint64_t MOST_SHOWN = 10;
+  const MemoryWords& expected = *inputs.words;
+  std::uint64_t different = 0;
+  result.forEachDifferentWord(expected, [&](std::uint64_t word, const MemoryWords& found) {
+    if (++different > MOST_SHOWN) return;
+    output.write("word " + to_string(word) + ": expected " + spellWord(expected, word) +
+                 ", found " + spellWord(found, word) + "\n");
+  });
+  if (different > MOST_SHOWN) {
+    output.write("... and " + to_string(different - MOST_SHOWN) + " more\n");
+  }
+  result.forEachRemarkable([&](const EbrFinding& finding) {
+    output.write("EBR " + excerptOf(inputs.wids[finding.ebr]) + ": " + remarksOn(finding) + "\n");
+  });
+  output.write(std::string(result.isSame ? "same" : "not the same") + ": " + to_string(different) +
+               " of " + countOf(countWords(expected), "word") + " of " +
+               countOf(expected.getRoundBits(), "bit") + " in " +
+               countOf(expected.getNumEbrs(), "EBR") + " differ\n");
+}
+
+void printJson(const Verification& result, const MemoryInputs& inputs, StandardOutput& output) {
+  const MemoryWords& expected = *inputs.words;
+  JsonObject object(output);
+  object.add("same", result.isSame);
+  object.add("words", countWords(expected));
+  object.beginList("different");
+  result.forEachDifferentWord(expected, [&](std::uint64_t word, const MemoryWords& found) {
+    object.addElement({{"word", word},
+                       {"expected", spellWord(expected, word)},
+                       {"found", spellWord(found, word)}});
+  });
+  object.endList();
+  object.beginList("ebrs");
+  result.forEachRemarkable([&](const EbrFinding& finding) {
+    object.addElement({{"identifier", inputs.wids[finding.ebr]},
+                       {"crc", nameOf(finding.facts.crc.verdict)},
+                       {"behind", finding.hasOtherBehind},
+                       {"ninthBits", finding.facts.ninthBits}});
+  });
+  object.endList();
+  object.end();
+}
+
+}  // namespace
+
+ExitStatus runVerify(const CommandLine& commandLine) {
+  MemoryInputs inputs;
+  OpenStream stream;
+  const InputNames names = {commandLine.bitFile, commandLine.widFile, commandLine.memFile};
+  if (!isReadable(loadMemoryInputs(names, inputs)) || !openStream(names.bit, stream)) {
+    return ExitStatus::FAILED;
+  }
+  const Verification result = verify(inputs, stream.bitstream);
+  if (!result.fault.empty()) {
+    printDiagnostic("ERROR: ", result.fault);
+    return ExitStatus::FAILED;
+  }
+  printWarnings(result, inputs);
+  StandardOutput output;
+  if (commandLine.isJson) {
+    printJson(result, inputs, output);
+  } else {
+    printText(result, inputs, output);
+  }
+  return output.finish(result.isSame ? ExitStatus::FINE : ExitStatus::NO);
+}
