@@ -1,0 +1,79 @@
+#include "inspected.h"
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "inspect/inspect.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+// The JSON object after the messages and before the status; nothing if it isn't one.
+Json jsonIn(const std::string& text) {
+  const std::size_t begin = text.rfind("\n{") + 1;
+  return Json::parse(text.substr(begin, text.size() - 1 - begin), nullptr, false);
+}
+
+// verify must foresee a run on the same files, and extract must find what a run leaves as it is.
+// `output` becomes what the run writes.
+std::string brokenRunLaw(const RunFiles& files, std::string& output) {
+  const RunResult run = runTool(files);
+  output = run.bytes;
+  const bool isWritten = run.text.back() == '0';
+  const char expected = !isWritten ? '2' : run.bytes == files.bit ? '0' : '1';
+  const std::string verified = inspect({"verify", "in.bit", "ram.wid", "words.mem"});
+  if (verified.back() != expected) return run.text + " but verify: " + verified;
+  const std::string json = inspect({"verify", "--json", "in.bit", "ram.wid", "words.mem"});
+  if (isWritten && jsonIn(json)["same"] != (expected == '0')) return "verify --json: " + json;
+  const std::string taken = inspect({"extract", "in.bit", "ram.wid", "-o", "new.mem"});
+  if (taken != "0") return "";
+  const RunResult again = runTool({files.bit, files.wid, contentsOf("new.mem")});
+  return again.bytes == files.bit ? "" : "extract without warning, but: " + again.text;
+}
+
+// The files are those of a run, in the working folder.
+std::string brokenStreamLaw(bool isSame) {
+  for (const char* bits : {"--id-bits=9", "--id-bits=1", "--"}) {
+    const std::string list = inspect({"list", "--json", bits, "in.bit"});
+    if (list.back() != '2' && !jsonIn(list).contains("others")) return "list: " + list;
+    const std::string diff = inspect({"diff", "--json", bits, "in.bit", "out.bit"});
+    if (diff.back() != '2' && jsonIn(diff)["same"] != isSame) return "diff: " + diff;
+    if (inspect({"list", bits, "in.bit"}).back() != list.back()) return "list: " + list;
+    if (inspect({"diff", bits, "in.bit", "out.bit"}).back() != diff.back()) return "diff: " + diff;
+  }
+  if (inspect({"locate", "-o", "new.wid", "out.bit", "words.mem"}).back() != '0') return "";
+  const std::string verified = inspect({"verify", "--json", "out.bit", "new.wid", "words.mem"});
+  const bool isFound = verified.back() == '2' || jsonIn(verified)["different"].empty();
+  return isFound ? "" : "located, but " + verified;
+}
+
+}  // namespace
+
+std::string inspect(std::vector<const char*> arguments) {
+  arguments.insert(arguments.begin(), "ramgraft-inspect");
+  int status = 0;
+  const std::string text =
+      outputOf([&] { status = runInspect(static_cast<int>(arguments.size()), arguments.data()); });
+  return text + std::to_string(status);
+}
+
+std::string contentsOf(const char* fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string digitsOfHex(const std::string& text) {
+  std::string bits;
+  for (const char digit : text) bits += digits(std::stoul(std::string(1, digit), nullptr, 16), 4);
+  return bits;
+}
+
+std::string brokenLaw(const RunFiles& files) {
+  std::string output;
+  std::string broken = brokenRunLaw(files, output);
+  if (!broken.empty() || output.empty()) return broken;
+  runTool(files);  // leaves its files
+  broken = brokenStreamLaw(output == files.bit);
+  return broken.empty() ? brokenRunLaw({output, files.wid, files.mem}, output) : broken;
+}
