@@ -15,9 +15,16 @@ const unsigned char* bytesOf(std::string_view text) {
   return reinterpret_cast<const unsigned char*>(text.data());
 }
 
-ExitStatus sayUnwritten(std::string_view name, int error) {
-  printDiagnostic("ERROR: can't write ", name, ": ", std::strerror(error));
+ExitStatus sayUnwritten(std::string_view name, std::string_view reason) {
+  printDiagnostic("ERROR: can't write ", name, ": ", reason);
   return ExitStatus::FAILED;
+}
+
+std::string reasonOf(const ReplaceResult& result) {
+  using Outcome = ReplaceResult::Outcome;
+  if (result.outcome == Outcome::IN_USE) return "another program is writing it";
+  const bool isMixed = result.outcome == Outcome::PART_WRITTEN;
+  return std::strerror(result.error) + std::string(isMixed ? "; it may be part old, part new" : "");
 }
 
 }  // namespace
@@ -42,7 +49,7 @@ void StandardOutput::flush() {
 
 ExitStatus StandardOutput::finish(ExitStatus status) {
   if (!pending.empty()) flush();
-  return error == 0 ? status : sayUnwritten("to standard output", error);
+  return error == 0 ? status : sayUnwritten("to standard output", std::strerror(error));
 }
 
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
@@ -52,6 +59,6 @@ ExitStatus putResult(const std::optional<std::string>& fileName, std::string_vie
     output.write(text);
     return output.finish(ExitStatus::FINE);
   }
-  const int error = replaceFile(*fileName, bytesOf(text), text.size(), input);
-  return error == 0 ? ExitStatus::FINE : sayUnwritten("file " + *fileName, error);
+  const ReplaceResult result = replaceFile(*fileName, bytesOf(text), text.size(), input);
+  return result.isDone() ? ExitStatus::FINE : sayUnwritten("file " + *fileName, reasonOf(result));
 }
