@@ -39,7 +39,8 @@ std::string inputOf(const std::string& name) {
 int writeSeeds(const std::string& folder) {
   for (int i = 0; i < 300; ++i) {
     const std::string number = std::to_string(i);
-    std::ofstream(folder + "/seed" + number, std::ios::binary) << inputOf(number);
+    std::ofstream(std::filesystem::path(folder) / ("seed" + number), std::ios::binary)
+        << inputOf(number);
   }
   return 0;
 }
@@ -54,7 +55,7 @@ int main(int argc, char* argv[]) {
   for (const std::string& name : names) inputs.push_back(inputOf(name));
 
   // Another process runs them, so that the input at which it ends early can be named.
-  int ends[2], status = 0;
+  int ends[] = {-1, -1}, status = 0;
   require(!inputs.empty() && ::pipe2(ends, O_CLOEXEC) == 0);
   const pid_t runner = ::fork();
   if (runner == 0) runAll(inputs, ends[1]);

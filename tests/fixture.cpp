@@ -29,8 +29,9 @@ struct Workplace {
     ::setsid();  // signals for the group are not for this one
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, ends[1]}) ::close(descriptor);
     char bytes[4096];
-    ssize_t count = ::read(ends[0], bytes, 1);  // returns when nobody has the other end
-    for (off_t at = 0; (count = ::pread(output, bytes, sizeof bytes, at)) > 0; at += count) {
+    static_cast<void>(!::read(ends[0], bytes, 1));  // returns when nobody has the other end
+    for (ssize_t count, at = 0; (count = ::pread(output, bytes, sizeof bytes, at)) > 0;
+         at += count) {
       require(::write(STDERR_FILENO, bytes, static_cast<std::size_t>(count)) >= 0);
     }
     ::execlp("rm", "rm", "-rf", folder.c_str(), nullptr);

@@ -64,6 +64,7 @@ struct PlainRun {
     for (std::size_t ebr = 0; ebr < wids.size(); ++ebr) {
       if (!replace(ebr)) return false;
     }
+    require(digitsOf(bitstream) == stream);
     printLine("STATUS: Successfully wrote out.bit");
     return true;
   }
@@ -91,7 +92,8 @@ struct PlainRun {
     if (!findEbrDataSection(traverser, frames, list)) return false;
 
     const std::size_t payload = traverser.getBitIndex();
-    const std::size_t most = static_cast<unsigned>(frames) * 8U, end = payload + most * 9;
+    const std::size_t most = std::size_t{8} * static_cast<unsigned>(frames),
+                      end = payload + most * 9;
     const std::size_t capacity = std::min(most, lines[ebr].size() / 5 * 2);
     if (end + 16 <= stream.size()) {
       warn(ebr, end, 96 + 72 * frames, capacity);
@@ -104,7 +106,6 @@ struct PlainRun {
     needed[ebr] = lines[ebr].substr(lines[ebr].size() - capacity / 2 * 5);
     const int numEbrs = static_cast<int>(wids.size());
     if (!replaceEbrData(traverser, needed, startLine, frames, numEbrs, 0, 0, list)) return false;
-    require(digitsOf(bitstream) == stream);
     require(digitsOf(list) == stream.substr(start, payload + capacity * 9 - start));
     return true;
   }
