@@ -23,6 +23,7 @@ from typing import NamedTuple
 
 ROOT = Path(__file__).resolve().parent.parent
 RAMGRAFT = ROOT / "build/release/ramgraft"
+INSPECT = ROOT / "build/release/ramgraft-inspect"
 DATA = ROOT / "build/bench-data"
 WARM_UP_ROUNDS = 3
 ROUNDS = 30
@@ -87,7 +88,30 @@ YARDSTICKS |= {f"S1-{fill}": (STREAM, 1.3) for fill in FILLS}
 YARDSTICKS |= {f"S5-{fill}": (STREAM, 2.6) for fill in FILLS}
 # S3u has payloads that begin inside a byte and may take this many times the time of S3.
 UNALIGNED_LIMIT = 1.1
-ROWS = ("S1", "S2", "S3", "S3u", "S4", "S5", *(name for name in YARDSTICKS if "-" in name))
+
+
+class Inspection(NamedTuple):
+    """A run of ramgraft-inspect, to be compared with a run of ramgraft on the same stream."""
+
+    stream: str
+    limit: float
+    subcommand: str
+    files: tuple[str, ...]
+    status: int = 0
+
+
+GRAFTED = "saved/grafted.bit"
+MEMORY = ("ram.wid", "firmware.mem")
+INSPECTIONS = {
+    "list": Inspection("S1", 1.5, "list", ("in.bit",)),
+    "verify": Inspection("S1", 1.5, "verify", (GRAFTED, *MEMORY)),
+    "verify-other": Inspection("S1", 1.5, "verify", ("in.bit", *MEMORY), 1),
+    "diff": Inspection("S1", 1.5, "diff", ("in.bit", GRAFTED), 1),
+    "locate": Inspection("S1", 3, "locate", (GRAFTED, "firmware.mem")),
+    "locate-S3": Inspection("S3", 5, "locate", (GRAFTED, "firmware.mem")),
+}
+ROWS = ("S1", "S2", "S3", "S3u", "S4", "S5", *(name for name in YARDSTICKS if "-" in name),
+        *INSPECTIONS)
 
 
 class Row(NamedTuple):
@@ -107,11 +131,11 @@ class Row(NamedTuple):
         return self.time / self.yardstick_time > self.limit
 
 
-def run_quietly(command):
-    """Runs a command whose output matters only when it fails."""
+def run_quietly(command, status=0):
+    """Runs a command that must end with this status; its output matters only when it doesn't."""
     result = subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
                             errors="replace", check=False)
-    if result.returncode != 0:
+    if result.returncode != status:
         raise SystemExit(f"{shlex.join(map(str, command))}\nfailed: {result.stdout}")
     return result.stdout
 
@@ -137,17 +161,18 @@ def make_stream(stream, bit_file=None):
     return folder
 
 
-def ramgraft_command(folder):
-    names = ("in.bit", "ram.wid", "firmware.mem", "saved/out.bit")
+def ramgraft_command(folder, output="saved/out.bit"):
+    names = ("in.bit", *MEMORY, output)
     return [str(RAMGRAFT), *(str(folder / name) for name in names)]
 
 
-def time_in_turn(commands, outputs, rounds, is_fresh):
+def time_in_turn(commands, outputs, rounds, is_fresh, statuses=(0,)):
     """The median time of each command in milliseconds; `outputs` are the files that each writes.
 
-    With `is_fresh` they are removed before each run, otherwise overwritten by all but the first.
-    hyperfine would do all runs of one command before the next, and a machine that is slow for a
-    while would hit one side only. So it gets one run of each at a time, in an order that rotates.
+    `statuses` are the exit statuses that runs may have. With `is_fresh` the outputs are removed
+    before each run, otherwise overwritten by all but the first. hyperfine would do all
+    runs of one command before the next, and a machine that is slow for a while would hit one side
+    only. So it gets one run of each at a time, in an order that rotates.
     """
     for output in (name for names in outputs for name in names):
         Path(output).unlink(missing_ok=True)  # of an earlier build
@@ -155,7 +180,8 @@ def time_in_turn(commands, outputs, rounds, is_fresh):
     times = [[] for _ in commands]
     for number in range(-WARM_UP_ROUNDS, rounds):
         order = [(i + number) % len(commands) for i in range(len(commands))]
-        arguments = ["hyperfine", "-N", "--runs=1", "--style=none", f"--export-json={export}"]
+        arguments = ["hyperfine", "-N", "--runs=1", "--style=none", "--ignore-failure",
+                     f"--export-json={export}"]
         for i in order:
             if is_fresh:
                 arguments.append("--prepare=" + shlex.join(["rm", "-f", *outputs[i]]))
@@ -164,6 +190,8 @@ def time_in_turn(commands, outputs, rounds, is_fresh):
         if number < 0:
             continue
         for i, result in zip(order, json.loads(export.read_text())["results"]):
+            if not set(result["exit_codes"]) <= set(statuses):
+                raise SystemExit(f"{shlex.join(commands[i])}\nfailed: {result['exit_codes']}")
             times[i].append(1000 * result["times"][0])
     return [statistics.median(values) for values in times]
 
@@ -176,14 +204,14 @@ def check_output(folder):
         raise SystemExit(f"{new} is the same as {old}")
 
 
-def peak_bytes(command):
+def peak_bytes(command, status=0):
     """The most memory that a run has resident, the pages of mapped files included.
 
     Python's own wait4() won't do: a child's peak is never below that of the process it was forked
     from, and Python is larger than most runs.
     """
     report = DATA / "peak.txt"
-    run_quietly(["time", "-f", "%M", "-o", str(report), *command])
+    run_quietly(["time", "-q", "-f", "%M", "-o", str(report), *command], status)
     return 1024 * int(report.read_text())
 
 
@@ -248,6 +276,18 @@ def compare_alignment(aligned, unaligned, rounds, is_fresh):
     return list(compare_runs(contestants, rounds, is_fresh))[1:]
 
 
+def compare_inspection(name, inspection, stream, rounds):
+    """A row for a run of ramgraft-inspect in turn with one of ramgraft that writes a new file."""
+    folder = make_stream(stream)
+    run_quietly(ramgraft_command(folder, GRAFTED))
+    ours = [str(INSPECT), inspection.subcommand, *(str(folder / file) for file in inspection.files)]
+    graft = ramgraft_command(folder)
+    time, graft_time = time_in_turn([ours, graft], [[], [graft[-1]]], rounds, True,
+                                    {0, inspection.status})
+    return Row(name, stream.describe(), f"{inspection.stream}, new file", time, graft_time,
+               inspection.limit, peak_bytes(ours, inspection.status), file_bytes(folder))
+
+
 def compare_fill(name, stream, rounds):
     """A row for a stream of another fill, which isn't kept: with its output it may take 512 MB."""
     row = compare_with_copy(name, stream, rounds, is_fresh=True)
@@ -266,6 +306,10 @@ def measure(names, streams, rounds):
                 yield from compare_growth(streams["S3"], rounds, is_fresh)
             elif name in streams:
                 yield compare_with_copy(name, streams[name], rounds, is_fresh)
+            elif name in INSPECTIONS:
+                if is_fresh:
+                    inspection = INSPECTIONS[name]
+                    yield compare_inspection(name, inspection, streams[inspection.stream], rounds)
             elif is_fresh:
                 size, _, fill = name.partition("-")
                 yield compare_fill(name, streams[size]._replace(fill=fill), rounds)
@@ -301,7 +345,7 @@ def describe_machine():
 
 def print_table(rows):
     """Prints each row as soon as it was measured; returns the names of those over their limit."""
-    print("| Run | Stream | Yardstick | ramgraft, ms | yardstick, ms | Ratio | Limit "
+    print("| Run | Stream | Yardstick | time, ms | yardstick, ms | Ratio | Limit "
           "| Peak memory, MB | .bit + .mem + contents, MB |")
     print("|---|---|---|--:|--:|--:|--:|--:|--:|", flush=True)
     over = []
