@@ -92,6 +92,7 @@ class Stage:
         self.folder.chmod(facts.get("folder", 0o777))
         os.chown(self.folder, facts.get("folder_owner", -1), -1)
         self.calls, self.said, self.reasons, self.left = [], "", "", set()  # of the last run
+        self.mixed = ""  # the line that allows it to leave a mixture
         self.old = self.output()
         self.new = {**(self.old or {"mode": 0o644, "owner": (os.geteuid(), os.getegid()),
                                     "list": b"", "is link": "symlink" in kind}),
@@ -141,8 +142,7 @@ class Stage:
         seen, allowed = self.output(), [self.old, self.new]
         if status >= 0:
             allowed = allowed[:1] if status else allowed[1:]
-        is_right = seen in allowed or MIXED.format(self.arguments[3]) in self.said
-        wanted = seen if is_right else allowed[0]
+        wanted = seen if seen in allowed or self.mixed else allowed[0]
         return {f"output, {key}": (seen.get(key), [wanted.get(key)]) for key in {**seen, **wanted}}
 
     # The same for the inputs, for what is left in the folder, and for what the run has said, where
@@ -168,8 +168,7 @@ class Stage:
         if status == 0:
             yield f"{PROGRESS}STATUS: Successfully wrote {out}\n"
             return
-        for more in "", MIXED.format(out):
-            yield f"{PROGRESS}ERROR: Can't write file {out}\n{more}{out}: {reason}\n"
+        yield f"{PROGRESS}ERROR: Can't write file {out}\n{self.mixed}{out}: {reason}\n"
         for letter, name in zip("cCC", self.arguments):
             yield f"{LOADING}ERROR: can't read file {name}: {reason}\n"
             yield f"{LOADING}ERROR: {letter}an't open file {name}\n{name}: {reason}\n"
@@ -187,6 +186,7 @@ class Faults(unittest.TestCase):
         row = f"{stage.name}, {int(fault)} at {at} {options.get('before', '')}"
         if at and ROW not in row:
             return []
+        stage.mixed = says if "part old" in says else ""
         status = stage.run(at, fault, **options)
         facts = {"status": (status, [0, 1] if wanted is None else [wanted]),
                  f"says {says!r}": (says in stage.said + stage.reasons, [True]),
@@ -226,7 +226,10 @@ class Faults(unittest.TestCase):
             is_loss = fault in (EIO, EACCES) and (call in LOSSES or at == closed)
             is_harmless = fault == -SIGHUP or fault in HARMLESS.get(call, [])  # SIGHUP is ignored
             status = 0 if is_harmless else fault if fault < 0 else 1 if is_loss else None
-            self.check(Stage(**case), status, fault, at, 0, has_name and fault == -SIGKILL)
+            stage = Stage(**case)
+            is_mixed = is_loss and at == closed and lacking == NO_NEW
+            self.check(stage, status, fault, at, 0, has_name and fault == -SIGKILL,
+                       MIXED.format(stage.path.name) if is_mixed else "")
 
         with ThreadPool() as pool:
             pool.starmap(attempt, [
@@ -274,7 +277,8 @@ class Faults(unittest.TestCase):
         for user, facts, (call, fault), change in [
                 ({}, {"rights": (6, 6)}, ("", 0), {}),
                 ({}, {"rights": (4, 6)}, ("fsetxattr", EOPNOTSUPP), {"list": b"", "mode": 0o640}),
-                ({}, {"rights": (6, 4)}, ("fsetxattr", EPERM), {"list": b"", "mode": 0o640}),
+                ({}, {"rights": (6, 4), "mode": 0o4640}, ("fsetxattr", EPERM),
+                 {"list": b"", "mode": 0o4640}),
                 ({}, {"inherited": (6, 6)}, ("", 0), {}),
                 ({}, {"owner": (os.geteuid(), OTHER)}, ("", 0), {}),
                 ({}, {"owner": other}, ("fchown", EPERM), {"owner": (0, OTHER), "mode": 0o640}),

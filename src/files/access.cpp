@@ -64,7 +64,7 @@ int takeOverList(const FileDescriptor& file, AccessList& list, mode_t& mode) {
     if (::fsetxattr(file.get(), ACCESS_LIST, list.bytes.data(), list.size, 0) == 0) return 0;
     if (!isNotAllowed(errno)) return errno;
     const unsigned char* const rights = list.groupRights();
-    mode &= 0707 | (rights == nullptr ? 0U : *rights << 3U);
+    mode &= 07707 | (rights == nullptr ? 0U : static_cast<mode_t>(*rights) << 3);
   }
   if (::fremovexattr(file.get(), ACCESS_LIST) == 0) return 0;
   return errno == ENODATA || errno == EOPNOTSUPP ? 0 : errno;
