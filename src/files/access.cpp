@@ -29,14 +29,13 @@ struct AccessList {
     return 0;
   }
 
-  // The rights of the group, or null.
-  unsigned char* groupRights() {
+  // The rights of the group, which every list has.
+  unsigned char& groupRights() {
     constexpr std::size_t HEADER = 4, ENTRY = 8, RIGHTS = 2;
     constexpr unsigned char GROUP = 4;
-    for (std::size_t at = HEADER; at + ENTRY <= size; at += ENTRY) {
-      if (bytes[at] == GROUP) return &bytes[at + RIGHTS];
-    }
-    return nullptr;
+    std::size_t at = HEADER;
+    while (bytes[at] != GROUP && at + ENTRY < size) at += ENTRY;
+    return bytes[at + RIGHTS];
   }
 };
 
@@ -49,8 +48,8 @@ int takeOverOwner(const FileDescriptor& file, const struct stat& old, AccessList
   mode &= 0777;  // no one else's program runs with the rights of its owner
   if (::fchown(file.get(), static_cast<uid_t>(-1), old.st_gid) == 0) return 0;
   if (!isNotAllowed(errno)) return errno;
-  if (unsigned char* const rights = list.groupRights(); rights != nullptr) {
-    *rights = 0;
+  if (list.size > 0) {
+    list.groupRights() = 0;
   } else {
     mode &= 0700 | (mode >> 3 & 07);  // the old group is now among the others
   }
@@ -63,8 +62,7 @@ int takeOverList(const FileDescriptor& file, AccessList& list, mode_t& mode) {
   if (list.size > 0) {
     if (::fsetxattr(file.get(), ACCESS_LIST, list.bytes.data(), list.size, 0) == 0) return 0;
     if (!isNotAllowed(errno)) return errno;
-    const unsigned char* const rights = list.groupRights();
-    mode &= 07707 | (rights == nullptr ? 0U : static_cast<mode_t>(*rights) << 3);
+    mode &= 07707 | static_cast<mode_t>(list.groupRights()) << 3;
   }
   if (::fremovexattr(file.get(), ACCESS_LIST) == 0) return 0;
   return errno == ENODATA || errno == EOPNOTSUPP ? 0 : errno;
