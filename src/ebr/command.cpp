@@ -38,13 +38,14 @@ EbrCommand readEbrCommand(const Bitstream& bitstream, std::uint64_t index,
                           std::uint64_t identifierBits) {
   EbrCommand command;
   command.index = index;
+  command.identifierIndex = identifierIndexOf(bitstream, index);
   if (!hasIdentifier(bitstream, index, identifierBits)) {
     command.fault = CommandFault::NO_IDENTIFIER;
-    command.faultIndex = identifierIndexOf(bitstream, index);
+    command.faultIndex = command.identifierIndex;
     return command;
   }
-  const DataHeader header =
-      readDataHeader(bitstream, endOfSection(bitstream, index, identifierBits));
+  command.identifierBits = identifierBits;
+  const DataHeader header = readDataHeader(bitstream, command.identifierIndex + identifierBits);
   command.fault = header.fault;
   command.faultIndex = command.payloadIndex = header.endIndex;
   command.frameCount = header.frameCount;

@@ -31,8 +31,10 @@ DataHeader readDataHeader(const Bitstream& bitstream, std::uint64_t index);
 /// One EBR's command. Bit indexes of fields after the fault, if there is one, are meaningless.
 struct EbrCommand {
   CommandFault fault = CommandFault::NONE;
-  std::uint64_t faultIndex = 0;  ///< bit index of the field that is missing
-  std::uint64_t index = 0;       ///< bit index of the address opcode
+  std::uint64_t faultIndex = 0;       ///< bit index of the field that is missing
+  std::uint64_t index = 0;            ///< bit index of the address opcode
+  std::uint64_t identifierIndex = 0;  ///< bit index of the identifier; see also identifierOf()
+  std::uint64_t identifierBits = 0;   ///< 0 when the identifier is missing
   std::uint64_t frameCount = 0;
   std::uint64_t payloadIndex = 0;  ///< bit index of the first payload bit
 

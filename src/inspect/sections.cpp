@@ -40,6 +40,6 @@ EbrCommand SectionTable::getCommand(std::size_t section) const {
 }
 
 std::string SectionTable::getIdentifier(std::size_t section) const {
-  if (!hasIdentifier(bitstream, chain[section], identifierBits)) return "";
-  return identifierOf(bitstream, chain[section], identifierBits);
+  const EbrCommand command = getCommand(section);
+  return identifierOf(bitstream, command.index, command.identifierBits);
 }
