@@ -29,17 +29,10 @@ TEST(Payload, IsFramesOfEightBytesWithAZeroBitBeforeEach) {
   pushDigits(bitstream, std::string(75, '1'));
   const unsigned char contents[] = {0x81, 0x83, 0x85, 0x89, 0x91, 0xA1, 0xC1, 0xFF};
   writePayload(bitstream, 2, contents, 8);
-  EXPECT_EQ(digitsOf(bitstream),
-            "11"
-            "010000001"
-            "010000011"
-            "010000101"
-            "010001001"
-            "010010001"
-            "010100001"
-            "011000001"
-            "011111111"
-            "1");
+  // clang-format off
+  EXPECT_EQ(digitsOf(bitstream), "11" "010000001" "010000011" "010000101" "010001001"
+                                      "010010001" "010100001" "011000001" "011111111" "1");
+  // clang-format on
 }
 
 TEST(Transform, MakesPhysicalLines) {
