@@ -13,8 +13,8 @@
 void writePayload(Bitstream& bitstream, std::uint64_t index, std::span<const unsigned char> column,
                   std::uint64_t numWords);
 
-/// The inverse: fills `contents` with the bytes of as many payload words from bit `index` on. Returns
-/// how many of these words have a ninth bit that is not 0.
+/// The inverse: fills `contents` with the bytes of as many payload words from bit `index` on.
+/// Returns how many of these words have a ninth bit that is not 0.
 std::uint64_t readPayload(const Bitstream& bitstream, std::uint64_t index,
                           std::span<unsigned char> contents);
 
