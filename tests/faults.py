@@ -410,15 +410,17 @@ class Faults(unittest.TestCase):
 
     # Who may create files in a folder must not choose what is replaced by putting links there.
     def test_links_swapped(self):
-        rows = [({"kind": "symlink"}, f"ln -sfn {to} out.bit") for to in ("words.mem", "out.bit")]
+        rows = [({"kind": "symlink"}, f"ln -sfn {to} out.bit", reason) for to, reason in [
+            ("words.mem", "another program is writing it"), ("out.bit", os.strerror(ELOOP))]]
         if OTHER_USER:
             rows.append(({"kind": "nothing", "folder": 0o1777, "folder_owner": OTHER},
-                         "ln -s words.mem out.bit; chown -h 1002 out.bit"))
-        for facts, before in rows:
+                         "ln -s words.mem out.bit; chown -h 1002 out.bit", os.strerror(EACCES)))
+        for facts, before, reason in rows:
             calls = self.check(Stage(**facts), 0)
-            for at in range(opening(calls) + 1, len(calls)):
+            for at in range(opening(calls) + 1, calls.index("renameat") + 2):
                 stage = Stage(**facts)
                 stage.run(at, BEFORE, before=before)
+                self.assertIn(stage.reasons, ["", f"out.bit: {reason}\n"], (facts, at))
                 self.assertEqual((stage.folder / "words.mem").read_bytes(),
                                  TEXT_FILES["words.mem"], (facts, at))
 
