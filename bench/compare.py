@@ -327,7 +327,7 @@ def first_line(command):
 
 def cpu_name():
     try:
-        lines = Path("/proc/cpuinfo").read_text().splitlines()
+        lines = Path("/proc/cpuinfo").read_text(encoding="utf-8").splitlines()
     except OSError:
         lines = []
     return next((line.partition(":")[2].strip() for line in lines

@@ -349,7 +349,7 @@ def parse_options():
     return options
 
 
-def fault_in(options):
+def fault_in(options):  # pylint: disable=too-many-return-statements
     """What is wrong with the options, in words, or None."""
     for name in ("sections", "frames", "listed", "words", "bits_per_ebr"):
         if getattr(options, name) < 1:

@@ -150,7 +150,7 @@ def main():
         return 0
     if len(arguments) != 3:
         raise SystemExit(USAGE)
-    in_name, wid_name, out_name = arguments
+    in_name, wid_name, out_name = arguments  # pylint: disable=unbalanced-tuple-unpacking
     old, wids, new = read_file(in_name), read_wids(wid_name), read_file(out_name)
     if len(old) != len(new):
         raise SystemExit(f"PROBLEM: the sizes differ: {len(old)} bytes in {in_name}, "

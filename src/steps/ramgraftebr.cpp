@@ -77,6 +77,7 @@ void transformLogInitToPhy(const std::vector<std::string>& memoryLines, int /*ad
 // The lines come by value because callers may rely on handing over a copy.
 bool replaceEbrData(
     BitstreamTraverser& traverser,
+    // cppcheck-suppress passedByValue
     std::vector<std::string> newData,  // NOLINT(performance-unnecessary-value-param)
     int& startLine, int dataCount, int numEbrs, int /*addrWidth*/, int /*dataWidth*/,
     std::list<bool>& newBits) {
