@@ -120,6 +120,10 @@ TEST(Inspect, PrintsWhatItFinds) {
   std::ofstream("others.bit") << STREAM << STREAM << packDigits(digits(0xF6, 8) + digits(6, 45));
   std::ofstream("cut.bit") << STREAM.substr(0, 23);
   std::ofstream("none.bit") << "no sections";
+  std::ofstream overlapping("overlapping.bit");
+  const std::string header = packDigits(ebrDigits("000000101", 0xFFFF, "0").substr(0, 96));
+  for (int i = 0; i < 600; ++i) overlapping << header;
+  overlapping << std::string(600'000, '\0') << std::flush;
   std::ofstream("two.mem") << "5C\n5CF0\n";
   std::ofstream("zeros.mem") << "0000\n";
   std::ofstream("equal.bit") << packDigits(ebrDigits("0101", 1, "0") + ebrDigits("0110", 1, "0"));
@@ -173,6 +177,7 @@ TEST(Inspect, PrintsWhatItFinds) {
       {"locate in.bit /dev/null", "ERROR: /dev/null: holds no memory words\n2"},
       {"locate --data-width 3 in.bit words.mem", "ERROR: --data-width: the lines of words.mem have 8 bits, which is no multiple of 3\n2"},
       {"list none.bit", "ERROR: none.bit: no EBR contents found, whatever the width of the identifiers\n2"},
+      {"list --id-bits 9 overlapping.bit", "ERROR: overlapping.bit: the contents of its EBRs overlap too often\n2"},
       {"list .", "ERROR: can't read file .: Is a directory\n2"},
       {"list --id-bits 65 in.bit", "ERROR: --id-bits: must be a number from 1 to 64" + end},
       {"list --id-bits 010x in.bit", "ERROR: --id-bits: must be a number from 1 to 64" + end},

@@ -24,7 +24,8 @@ bool isReadable(const InputFault& fault);
 bool openStream(const std::string& fileName, OpenStream& stream);
 
 /// The sections of the stream, which was loaded from the named file. If `identifierBits` is 0 the
-/// width is found and noted on standard error; nothing if no width gives a section with data.
+/// width is found and noted on standard error. Nothing if no width gives a section with data, or if
+/// the sections' payloads overlap so often that reading them all would take minutes.
 std::optional<SectionTable> findSections(const Bitstream& bitstream, const std::string& fileName,
                                          std::uint64_t identifierBits);
 
