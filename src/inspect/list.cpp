@@ -75,7 +75,7 @@ class Columns {
   std::string line(const std::string& identifier, const std::string& bit, const std::string& place,
                    const std::array<std::string, 3>& counts, const std::string& last) const {
     std::string text = start(identifier, bit, place);
-    for (const std::string& count : counts) text += alignRight(count, COUNT_WIDTH);
+    for (const std::string& count : counts) text += "  " + alignRight(count, COUNT_WIDTH);
     return text + "  " + last + "\n";
   }
 
@@ -85,7 +85,7 @@ class Columns {
   }
 
  private:
-  static constexpr std::size_t COUNT_WIDTH = 9;
+  static constexpr std::size_t COUNT_WIDTH = 7;
 
   std::string start(const std::string& identifier, const std::string& bit,
                     const std::string& place) const {
