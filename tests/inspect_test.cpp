@@ -107,6 +107,29 @@ TEST(Inspect, ReadsBackWhatIsWritten) {
   }
 }
 
+TEST(Inspect, SaysWhatIsWrongWithAFileAndWhere) {
+  const std::string tooLong = "#\n" + std::string(16002, 'A') + "\n12";
+  const std::tuple<const char*, std::string, const char*> rows[] = {
+      {"", "5C", "ram.wid: the width file is empty"},
+      {"aw9;dw8", "5C", "ram.wid: no wid before the last line"},
+      {"0\n01\naw9;dw8", "5C",
+       "ram.wid, line 2: this wid's length differs from that of the first, 1"},
+      {"0\naw9 dw8", "5C", "ram.wid, line 2: no line of widths like aw10;dw8: aw9 dw8"},
+      {"0\n1\naw9;dw1", "5C",
+       "ram.wid, line 3: a data width of 1 bits can't be shared out among 2 EBRs"},
+      {"0\naw9;dw8", "XY", "words.mem, line 1: not a hexadecimal word: XY"},
+      {"0\naw9;dw9", "5C",
+       "words.mem, line 1: a memory word of 8 bits can't be split into groups of 9 bits"},
+      {"0\naw9;dw8", tooLong,
+       "words.mem, line 2: from here on an EBR gets more bits than one can take, in all 80017"},
+  };
+  for (const auto& [wid, mem, fault] : rows) {
+    runTool({STREAM, wid, mem});  // leaves the files
+    const std::string said = inspect({"verify", "in.bit", "ram.wid", "words.mem"});
+    EXPECT_EQ(said, std::string("ERROR: ") + fault + "\n2");
+  }
+}
+
 // Runs the real binary in a shell. What it prints, standard error first, and its status.
 std::string runBinary(const std::string& arguments) {
   const std::string command = std::string("'") + RAMGRAFT_INSPECT_BINARY + "' " + arguments;
@@ -158,6 +181,8 @@ TEST(Inspect, PrintsWhatItFinds) {
       {"diff --json --id-bits 9 in.bit out.bit",
        R"({"same": false, "sections": [{"identifier": "000000101", "bit": 8, "payloadBits": 8, "crc": true}], "outsideBits": 0})" "\n1"},
       {"diff --json in.bit cut.bit", "{\"same\": false, \"sizes\": [24, 23]}\n1"},
+      {"diff in.bit cut.bit", "the sizes differ: 24 and 23 bytes\n1"},
+      {"locate in.bit no.mem", "ERROR: can't open file no.mem: No such file or directory\n2"},
       {"diff --id-bits 9 in.bit - <in.bit", "ERROR: can't open file -: No such file or directory\n2"},
       {"diff /dev/stdin /dev/fd/0 <in.bit | cat; cat in.bit | '" RAMGRAFT_INSPECT_BINARY "' diff /dev/stdin /dev/stdin",
        "NOTE: /dev/stdin: taking identifiers of 9 bits, which give the most EBRs (1); --id-bits N says otherwise\n"
