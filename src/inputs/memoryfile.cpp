@@ -30,7 +30,7 @@ class MemoryFileParser {
     words.reserve(static_cast<std::uint64_t>(status.st_size) / 2 + 1);
     for (TextLine line; reader.next(line);) {
       if (line.text.empty()) continue;  // a carriage return alone is no word
-      const InputFault fault = addWord(line);
+      InputFault fault = addWord(line);
       if (fault.kind != Kind::NONE) return fault;
     }
     const InputFault fault = faultOf(reader.getResult(), fileName);

@@ -83,7 +83,7 @@ bool replaceEbrData(
     std::list<bool>& newBits) {
   const int INIT_LINES = static_cast<int>(newData.size() / static_cast<std::size_t>(numEbrs));
   const auto begin = static_cast<std::size_t>(startLine);
-  const auto end = static_cast<std::size_t>(startLine + INIT_LINES);
+  const auto end = begin + static_cast<std::size_t>(INIT_LINES);
   assertThat(end <= newData.size(), REPLACE_EBR_DATA, "startLine + INIT_LINES <= newData.size()");
   const auto frameCount = static_cast<std::uint64_t>(std::max(dataCount, 0));
   Bitstream& bitstream = *traverser.getBitstream();
