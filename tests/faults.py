@@ -431,5 +431,10 @@ if __name__ == "__main__":
     ROW = os.environ.get("ROW", "")
     with tempfile.TemporaryDirectory() as BASE:
         os.chmod(BASE, 0o755)
+        if os.statvfs(BASE).f_flag & os.ST_NOEXEC:
+            sys.exit(f"faults.py: {tempfile.gettempdir()}, the folder for temporary files, must "
+                     "allow executing programs; TMPDIR names another")
         RAMGRAFT, SHIM = (shutil.copy(path, BASE) for path in sys.argv[1:3])  # for the other user
+        for copied in RAMGRAFT, SHIM:
+            os.chmod(copied, 0o755)  # the umask they were built with may keep others out
         unittest.main(argv=sys.argv[:1] + sys.argv[3:])
