@@ -17,7 +17,7 @@ bool bitOf(const unsigned char* bytes, std::uint64_t bitIndex) {
 // byte at `target`:
 //
 //   from             abcdefgh ...               a word
-//   target  ....abcd efgh...                    shift 4: what stands before it comes from `kept`
+//   target  ....abcd efgh...                    shift 4: the bits before it come from `kept`
 //
 // The bits before and after those written keep their values.
 void storeShifted(unsigned char* target, unsigned shift, const unsigned char* from,

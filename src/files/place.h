@@ -1,4 +1,4 @@
-// Where a file is: which descriptor its name stands for, or which folder its links lead to.
+// Where a file is: which descriptor its name is for, or which folder its links lead to.
 #ifndef RAMGRAFT_FILES_PLACE_H
 #define RAMGRAFT_FILES_PLACE_H
 
