@@ -177,7 +177,7 @@ TEST(Inspect, PrintsWhatItFinds) {
        R"("behind": false, "ninthBits": 0}]})" "\n1"},
       {"verify --json out.bit ram.wid words.mem", R"({"same": true, "words": 2, "different": [], "ebrs": []})" "\n0"},
       {"diff in.bit out.bit", note + "EBR 000000101 at bit 8: 8 payload bits and the CRC differ\n"
-       "1 of 1 EBR differ; outside of them nothing does\n1"},
+       "1 of 1 EBR differs; outside of them nothing does\n1"},
       {"diff --json --id-bits 9 in.bit out.bit",
        R"({"same": false, "sections": [{"identifier": "000000101", "bit": 8, "payloadBits": 8, "crc": true}], "outsideBits": 0})" "\n1"},
       {"diff --json in.bit cut.bit", "{\"same\": false, \"sizes\": [24, 23]}\n1"},

@@ -91,11 +91,13 @@ void printText(const SectionTable& table, const Differences& differences, Standa
   for (const ChangedEbr& ebr : differences.changed) {
     std::string line = "EBR " + table.getIdentifier(ebr.section) + " at bit ";
     line += to_string(ebr.bitIndex) + ": " + countOf(ebr.payloadBits, "payload bit");
-    output.write(line +
-                 (ebr.isCrcChanged ? " and the CRC differ\n" : " differ, the CRC doesn't\n"));
+    line += ebr.isCrcChanged ? " and the CRC differ\n"
+                             : std::string(differFor(ebr.payloadBits)) + ", the CRC doesn't\n";
+    output.write(line);
   }
   output.write(to_string(differences.changed.size()) + " of " +
-               countOf(differences.numEbrs, "EBR") + " differ; outside of them ");
+               countOf(differences.numEbrs, "EBR").append(differFor(differences.changed.size())) +
+               "; outside of them ");
   const BitDifferences& outside = differences.outside;
   output.write(outside.count == 0 ? "nothing does\n"
                                   : countOf(outside.count, "bit") + ", the first at bit " +

@@ -98,3 +98,5 @@ std::string toHex16(std::uint16_t value) {
 std::string countOf(std::uint64_t number, std::string_view noun) {
   return to_string(number).append(" ").append(noun).append(number == 1 ? "" : "s");
 }
+
+std::string_view differFor(std::uint64_t number) { return number == 1 ? " differs" : " differ"; }

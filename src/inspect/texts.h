@@ -25,4 +25,7 @@ std::string toHex16(std::uint16_t value);
 /// The number and the noun, with an "s" unless the number is 1.
 std::string countOf(std::uint64_t number, std::string_view noun);
 
+/// The verb for so many things: " differs" or " differ".
+std::string_view differFor(std::uint64_t number);
+
 #endif

@@ -112,7 +112,7 @@ void printText(const Verification& result, const MemoryInputs& inputs, StandardO
   output.write(std::string(result.isSame ? "same" : "not the same") + ": " + to_string(different) +
                " of " + countOf(countWords(expected), "word") + " of " +
                countOf(expected.getRoundBits(), "bit") + " in " +
-               countOf(expected.getNumEbrs(), "EBR") + " differ\n");
+               countOf(expected.getNumEbrs(), "EBR").append(differFor(different)) + "\n");
 }
 
 void printJson(const Verification& result, const MemoryInputs& inputs, StandardOutput& output) {
