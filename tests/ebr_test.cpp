@@ -1,9 +1,6 @@
 // EBR editing, beyond what whole runs ask of it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
-#include "ebr/payload.h"
 #include "fixture.h"
 #include "run/ramgraft.h"
 
@@ -11,29 +8,7 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-TEST(Crc, IsThePublishedOneOfAnyNumberOfBytes) {
-  EXPECT_EQ(crc16(dataOf("123456789"), 9), 0xFEE8);
-  std::mt19937_64 random(2);
-  std::string stream;
-  for (int size = 0; size < 200; ++size) {
-    const unsigned crc = crc16(dataOf(packDigits(stream)), stream.size() / 8);
-    ASSERT_EQ(digits(crc, 16), spellCrc(stream, stream.size(), size * 8)) << size;
-    stream += digits(random(), 8);
-  }
-}
-
-// bit   0 1      8 9 10    17 ...  54 55    62 63 64     71
-//       0 [byte 0] 0 [byte 1] ...   0 [byte 6]  0 [byte 7]
-TEST(Payload, IsFramesOfEightBytesWithAZeroBitBeforeEach) {
-  Bitstream bitstream(0);
-  pushDigits(bitstream, std::string(75, '1'));
-  const unsigned char contents[] = {0x81, 0x83, 0x85, 0x89, 0x91, 0xA1, 0xC1, 0xFF};
-  writePayload(bitstream, 2, contents, 8);
-  // clang-format off
-  EXPECT_EQ(digitsOf(bitstream), "11" "010000001" "010000011" "010000101" "010001001"
-                                      "010010001" "010100001" "011000001" "011111111" "1");
-  // clang-format on
-}
+TEST(Crc, IsThePublishedOne) { EXPECT_EQ(crc16(dataOf("123456789"), 9), 0xFEE8); }
 
 TEST(Transform, MakesPhysicalLines) {
   const Lines words = {"A5", "3C", "", "f", "F0xx"};

@@ -83,6 +83,11 @@ std::string spellCrc(const std::string& stream, std::size_t end, int numBits);
 /// or one of words and payload about as long as a physical line, or much shorter.
 RunFiles randomRun(std::mt19937_64& random);
 
+/// A run's files as one fuzzer's input: width file, NUL, memory file, NUL, bitstream.
+std::string joinRun(const RunFiles& files);
+/// Takes such an input apart. False if it isn't one.
+bool splitRun(const std::uint8_t* data, std::size_t size, RunFiles& files);
+
 // ---- A fuzz target ----
 
 /// Runs the code under test on one input, and ends the process when it does wrong.

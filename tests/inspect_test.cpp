@@ -7,8 +7,6 @@
 #include <fstream>
 #include <numeric>
 
-#include "ebr/columns.h"
-#include "ebr/payload.h"
 #include "fixture.h"
 #include "inspected.h"
 
@@ -70,43 +68,6 @@ TEST(Inspect, KeepsItsLawsOverRandomRuns) {
   }
 }
 
-TEST(Inspect, ReadsBackWhatIsWritten) {
-  std::mt19937_64 random(3);
-  for (const auto& [numEbrs, bitsPerEbr, numBytes] :
-       {std::tuple{1, 1, 1}, {1, 8, 600}, {3, 5, 15}, {3, 12, 63}, {7, 64, 112}, {2, 100, 75}}) {
-    MemoryWords words(static_cast<unsigned>(numEbrs), static_cast<unsigned>(bitsPerEbr));
-    std::vector<unsigned char> bytes(static_cast<unsigned>(numBytes));
-    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random());
-    words.appendBytes(bytes);
-    MemoryWords copy(words.getNumEbrs(), words.getBitsPerEbr());
-    copy.appendZeros(bytes.size());
-    EbrColumns columns(words);
-    for (std::uint64_t ebr = 0; ebr < words.getNumEbrs(); ++ebr) {
-      const auto column = columns.get(ebr);
-      const std::uint64_t offset = random() % 16, size = column.size() - random() % 8;
-      Bitstream bitstream(0);
-      pushDigits(bitstream, digits(UINT64_MAX, 16 + offset) + std::string(column.size() * 9, '1'));
-      writePayload(bitstream, offset, column, size);
-      bitstream.addBit(true, offset);
-      std::vector<unsigned char> read(column.size());
-      EXPECT_EQ(readPayload(bitstream, offset, std::span(read).first(size)), size == 0 ? 0U : 1U);
-      EXPECT_TRUE(std::equal(read.begin(), read.begin() + static_cast<int>(size), column.begin()));
-      for (std::uint64_t i = 0; i < column.size(); ++i) {
-        EXPECT_EQ(columnFrame(words, ebr, i / 8) >> i % 8 * 8 & 0xFF, column[i]);
-      }
-      putColumn(copy, ebr, column);
-    }
-    EXPECT_TRUE(std::ranges::equal(copy.getBytes(), words.getBytes())) << bitsPerEbr;
-    for (std::uint64_t begin = 0; begin < 9; ++begin) {
-      std::string text, expected;
-      for (const unsigned char byte : bytes) expected += digits(byte, 8);
-      words.appendDigits(std::min<std::uint64_t>(begin, 8), bytes.size() * 8, text);
-      expected.erase(0, begin);
-      EXPECT_EQ(digitsOfHex(text).substr(text.size() * 4 - expected.size()), expected);
-    }
-  }
-}
-
 TEST(Inspect, SaysWhatIsWrongWithAFileAndWhere) {
   const std::string tooLong = "#\n" + std::string(16002, 'A') + "\n12";
   const std::tuple<const char*, std::string, const char*> rows[] = {
@@ -143,6 +104,7 @@ TEST(Inspect, PrintsWhatItFinds) {
   std::ofstream("others.bit") << STREAM << STREAM << packDigits(digits(0xF6, 8) + digits(6, 45));
   std::ofstream("cut.bit") << STREAM.substr(0, 23);
   std::ofstream("none.bit") << "no sections";
+  std::ofstream("ones.bit") << packDigits(ebrDigits("000000101", 1, "1"));
   std::ofstream overlapping("overlapping.bit");
   const std::string header = packDigits(ebrDigits("000000101", 0xFFFF, "0").substr(0, 96));
   for (int i = 0; i < 600; ++i) overlapping << header;
@@ -168,6 +130,7 @@ TEST(Inspect, PrintsWhatItFinds) {
        "Sections without contents, data that looks like an address:\n"
        "identifier       bit   byte.bit  reason\n"
        "000000110        384       48.0  the bitstream ends after the identifier\n0"},
+      {"list --id-bits 9 ones.bit | grep ^0", "000000101          0        0.0        1        8        8  empty, 8 ninth bits set\n0"},
       {"list --json --id-bits=9 -- cut.bit", R"({"file": "cut.bit", "bytes": 23, "identifierBits": 9, "sections": [], )"
        R"("others": [{"identifier": "000000101", "bit": 8, "reason": "the bitstream ends inside the payload"}]})" "\n0"},
       {"verify in.bit ram.wid words.mem", "word 0: expected 5C, found 00\nword 1: expected F0, found 00\n"

@@ -99,3 +99,16 @@ class RandomRun {
 }  // namespace
 
 RunFiles randomRun(std::mt19937_64& random) { return RandomRun(random).make(); }
+
+bool splitRun(const std::uint8_t* data, std::size_t size, RunFiles& files) {
+  const std::string input(reinterpret_cast<const char*>(data), size);
+  const std::size_t first = input.find('\0'), second = input.find('\0', first + 1);
+  if (second == std::string::npos || first >= second) return false;
+  files = {input.substr(second + 1), input.substr(0, first),
+           input.substr(first + 1, second - first - 1)};
+  return true;
+}
+
+std::string joinRun(const RunFiles& files) {
+  return files.wid + '\0' + files.mem + '\0' + files.bit;
+}

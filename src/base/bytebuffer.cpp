@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <new>
-#include <utility>
 
 namespace {
 
@@ -20,11 +19,6 @@ void* allocate(std::size_t bytes) {
 }
 
 }  // namespace
-
-ByteBuffer::ByteBuffer(ByteBuffer&& other) noexcept
-    : storage(std::move(other.storage)),
-      length(std::exchange(other.length, 0)),
-      reserved(std::exchange(other.reserved, 0)) {}
 
 ByteBuffer& ByteBuffer::operator=(ByteBuffer&& other) noexcept {
   storage = std::move(other.storage);

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <string_view>
+#include <utility>
 
 /// A growable run of bytes whose new bytes stay uninitialised, so that reading a large file writes
 /// its memory only once. Growing never holds two copies of a large buffer, because the C library
@@ -14,11 +15,8 @@
 class ByteBuffer {
  public:
   ByteBuffer() = default;
-  ByteBuffer(ByteBuffer&& other) noexcept;
+  ByteBuffer(ByteBuffer&& other) noexcept { *this = std::move(other); }
   ByteBuffer& operator=(ByteBuffer&& other) noexcept;
-  ByteBuffer(const ByteBuffer&) = delete;
-  ByteBuffer& operator=(const ByteBuffer&) = delete;
-  ~ByteBuffer() = default;
 
   /// The bytes; null until something is reserved. Valid until the buffer grows.
   unsigned char* data() { return storage.get(); }

@@ -17,8 +17,6 @@ class Bitstream {
   explicit Bitstream(unsigned long reservedBits);
   Bitstream(const Bitstream&) = delete;
   Bitstream& operator=(const Bitstream&) = delete;
-  Bitstream(Bitstream&&) = delete;
-  Bitstream& operator=(Bitstream&&) = delete;
   ~Bitstream() = default;
 
   /// Number of bits held.

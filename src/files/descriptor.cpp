@@ -7,17 +7,6 @@
 #include <csignal>
 #include <utility>
 
-FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
-    : number(std::exchange(other.number, -1)) {}
-
-FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
-  if (this != &other) {
-    close();
-    number = std::exchange(other.number, -1);
-  }
-  return *this;
-}
-
 int FileDescriptor::close() {
   if (!isOpen()) return 0;
   // Linux frees the descriptor also when close reports an error or an interruption.

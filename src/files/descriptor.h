@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <utility>
 
 /// Owns an open file descriptor and closes it. Movable, not copyable.
 class FileDescriptor {
@@ -13,10 +14,11 @@ class FileDescriptor {
   FileDescriptor() = default;
   /// Takes `descriptor` over; a negative one means "not open".
   explicit FileDescriptor(int descriptor) : number(descriptor) {}
-  FileDescriptor(FileDescriptor&& other) noexcept;
-  FileDescriptor& operator=(FileDescriptor&& other) noexcept;
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
+  FileDescriptor(FileDescriptor&& other) noexcept : number(std::exchange(other.number, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    std::swap(number, other.number);
+    return *this;
+  }
   ~FileDescriptor() { close(); }
 
   bool isOpen() const { return number >= 0; }

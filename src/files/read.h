@@ -31,36 +31,29 @@ ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes);
 
 /// One line of a text file.
 struct TextLine {
-  std::string_view text;     ///< without line end; valid until the next line is read
+  std::string_view text;     ///< without line end; valid as long as its reader
   std::uint64_t number = 0;  ///< in the file, from 1
 };
 
 /// Reads the lines of a text file that count: those that aren't empty and don't begin with a
 /// comment character. A line that contains a carriage return loses its last character, so that CR
-/// LF ends a line, too; a line of a carriage return alone counts, as an empty line. Only a piece of
-/// the file, at least a line, is in memory.
+/// LF ends a line, too; a line of a carriage return alone counts, as an empty line.
 class LineReader {
  public:
-  /// Opens the named file, which may be a pipe, and reads its beginning. The comment characters
-  /// must outlive the reader.
+  /// Reads the named file, which may be a pipe. The comment characters must outlive the reader.
   LineReader(const std::string& fileName, std::string_view commentCharacters);
 
-  /// Moves on to the next line that counts. False when there is none, or when the file can't be
-  /// read any further.
+  /// Moves on to the next line that counts. False when there is none; there are none in a file that
+  /// can't be read.
   bool next(TextLine& line);
-  /// What became of reading up to here. All lines were read if it is DONE after next() was false.
+  /// What became of reading the file.
   const ReadResult& getResult() const { return result; }
 
  private:
-  std::string_view rest() const { return bytes.text().substr(begin); }
-  bool readMore();
-  bool takeLine(std::string_view& line);
-
   std::string_view comments;
-  FileDescriptor file;  ///< closed when its end was read
+  ByteBuffer bytes;
   ReadResult result;
-  ByteBuffer bytes;          ///< a piece of the file
-  std::size_t begin = 0;     ///< offset in `bytes` of the first byte not yet returned
+  std::string_view rest;     ///< the part of the bytes not yet returned
   std::uint64_t number = 0;  ///< of the line returned last
 };
 

@@ -23,6 +23,8 @@
 
 namespace {
 
+using Outcome = ReplaceResult::Outcome;
+
 // What is returned beside 0 and the system's error numbers: the old file can't be renamed over.
 constexpr int ONLY_IN_PLACE = -1;
 
@@ -55,8 +57,6 @@ class TemporaryName {
   }
   TemporaryName(const TemporaryName&) = delete;
   TemporaryName& operator=(const TemporaryName&) = delete;
-  TemporaryName(TemporaryName&&) = delete;
-  TemporaryName& operator=(TemporaryName&&) = delete;
   ~TemporaryName() {
     if (isMade) ::unlinkat(folder, name.data(), 0);
   }
@@ -146,7 +146,6 @@ int overwrite(const FileDescriptor& file, const unsigned char* bytes, std::size_
 // be put back when the rest can't be written; a file that can't be read is refused. Whatever its
 // name leads to by now, it is this file that is read, locked and written.
 ReplaceResult writeInPlace(const Replacement& replacement, const SignalHold& signals) {
-  using Outcome = ReplaceResult::Outcome;
   signals.begin();  // between two blocks the file is neither old nor new
   FileDescriptor file(::open(ownNameOf(replacement.old).c_str(), O_RDWR | O_CLOEXEC));
   if (!file.isOpen()) return {Outcome::NOT_WRITTEN, errno};
@@ -183,7 +182,6 @@ int writeDirectly(const Replacement& replacement, FileDescriptor file, const Fil
 }
 
 ReplaceResult resultOf(int error) {
-  using Outcome = ReplaceResult::Outcome;
   return {error == 0 ? Outcome::DONE : Outcome::NOT_WRITTEN, error};
 }
 
@@ -221,7 +219,7 @@ ReplaceResult replaceFile(const std::string& fileName, const unsigned char* byte
   replacement.isFlushed = old.isOpen() && oldIdentity == input;
   Place place;
   int error = descriptor.isValid() ? ONLY_IN_PLACE : findPlace(fileName, oldIdentity, place);
-  if (error == ESTALE) return {ReplaceResult::Outcome::IN_USE, error};
+  if (error == ESTALE) return {Outcome::IN_USE, error};
   if (error == 0) error = replaceByRename(replacement, place, signals);
   return error == ONLY_IN_PLACE ? writeInPlace(replacement, signals) : resultOf(error);
 }

@@ -15,8 +15,6 @@ class SignalHold {
   SignalHold();
   SignalHold(const SignalHold&) = delete;
   SignalHold& operator=(const SignalHold&) = delete;
-  SignalHold(SignalHold&&) = delete;
-  SignalHold& operator=(SignalHold&&) = delete;
   ~SignalHold();
 
   void begin() const;

@@ -33,8 +33,7 @@ class MemoryFileParser {
       InputFault fault = addWord(line);
       if (fault.kind != Kind::NONE) return fault;
     }
-    const InputFault fault = faultOf(reader.getResult(), fileName);
-    return fault.kind == Kind::NONE ? checkPhysicalLines() : fault;
+    return checkPhysicalLines();
   }
 
  private:
@@ -97,5 +96,5 @@ InputFault readEqualLines(LineReader& reader, const std::string& fileName, Memor
     lines.firstOther = line.number;
     lines.otherBits = bitsOf(line);
   }
-  return faultOf(reader.getResult(), fileName);
+  return {};
 }

@@ -20,7 +20,7 @@ struct MemoryFileSummary {
   std::uint64_t firstMisfitBits = 0;  ///< its number of bits
 };
 
-/// Appends the words of a memory file, which `reader` has opened under the name `fileName`, to
+/// Appends the words of a memory file, which `reader` has read under the name `fileName`, to
 /// `words` and fills `summary`.
 InputFault readMemoryFile(LineReader& reader, const std::string& fileName, MemoryWords& words,
                           MemoryFileSummary& summary);

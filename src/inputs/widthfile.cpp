@@ -21,6 +21,8 @@ InputFault otherLength(const std::string& fileName, std::uint64_t line, std::siz
 InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& wids,
                          WidthLine& last) {
   LineReader reader(fileName, "");
+  InputFault fault = faultOf(reader.getResult(), fileName);
+  if (fault.kind != InputFault::Kind::NONE) return fault;
   std::uint64_t firstOtherLength = 0;  // line number of the first wid that isn't like the first
   for (TextLine line; reader.next(line);) {
     // Only now that another line follows is the one before known to be a wid.
@@ -30,8 +32,6 @@ InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& 
     wids.emplace_back(line.text);
     last.number = line.number;
   }
-  InputFault fault = faultOf(reader.getResult(), fileName);
-  if (fault.kind != InputFault::Kind::NONE) return fault;
   if (wids.empty()) {
     fault.kind = InputFault::Kind::NO_LINES;
     return fault;

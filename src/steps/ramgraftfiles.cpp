@@ -23,11 +23,9 @@ bool reportFault(const InputFault& fault) {
 bool readFileLines(const std::string& fileName, std::vector<std::string>& lines,
                    std::vector<char> commentChars) {  // NOLINT(performance-unnecessary-value-param)
   LineReader reader(fileName, std::string_view(commentChars.data(), commentChars.size()));
-  const std::size_t before = lines.size();
+  if (!reportFault(faultOf(reader.getResult(), fileName))) return false;
   for (TextLine line; reader.next(line);) lines.emplace_back(line.text);
-  if (reportFault(faultOf(reader.getResult(), fileName))) return true;
-  lines.resize(before);
-  return false;
+  return true;
 }
 
 bool checkWidLengths(const std::vector<std::string>& wids) { return haveEqualLengths(wids); }
