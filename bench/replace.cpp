@@ -1,4 +1,4 @@
-// Writing an EBR's payload and the CRC behind it.
+// Writing an EBR's payload and the CRC after it.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>

@@ -21,7 +21,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Bitstream bitstream(0);
   require(readBitFile("in.bit", bitstream) && readBitFile("in.bit", bitstream));
   require(packDigits(digitsOf(bitstream)) == input + input);
-  bitstream.pushBit(true);  // behind a part of a byte, bytes have to be copied bit by bit
+  bitstream.pushBit(true);  // after a part of a byte, bytes are copied bit by bit
   require(readBitFile("in.bit", bitstream));
   const std::string text = digitsOf(bitstream);
   require(text.substr(size * 16) == "1" + text.substr(0, size * 8));

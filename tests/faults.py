@@ -3,7 +3,7 @@
 #
 #     [ROW=TEXT] faults.py RAMGRAFT FAULTSHIM [unittest options]
 #
-# RAMGRAFT must be linked dynamically, so that FAULTSHIM (faultshim.cpp) can stand between it and
+# RAMGRAFT must be linked dynamically, so that FAULTSHIM (faultshim.cpp) can come between it and
 # the C library. Stage.facts() says what holds after every run, whatever went wrong. A failure names
 # its row; with ROW, calls go wrong only in rows whose names contain TEXT.
 
@@ -417,7 +417,7 @@ class Faults(unittest.TestCase):
 if __name__ == "__main__":
     os.umask(0o022)
     for ending, action in (SIGHUP, SIG_IGN), (SIGINT, SIG_DFL), (SIGTERM, SIG_DFL):
-        signal(ending, action)  # a background job may have been told otherwise
+        signal(ending, action)  # a background job may have inherited others
     ROW = os.environ.get("ROW", "")
     with tempfile.TemporaryDirectory() as BASE:
         os.chmod(BASE, 0o755)

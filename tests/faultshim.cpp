@@ -1,4 +1,4 @@
-// Stands between the tool and the C library (LD_PRELOAD), numbers the calls that the tool makes on
+// Comes between the tool and the C library (LD_PRELOAD), numbers the calls that the tool makes on
 // files from 1 on, and lets some of them go wrong. What the C library calls by itself passes
 // unseen. FAULT in the environment holds five numbers:
 //

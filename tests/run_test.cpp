@@ -61,8 +61,8 @@ TEST(Run, WritesTwoEbrsAsTheDocumentsShow) {
                                       std::string("\x1D\3\xC0\0\0\0\0\0\0\7\xFD", 11));
 }
 
-// The plain run loads the files as the tool does; here the texts stand, and what it is that they
-// refuse, warn of or take.
+// The plain run loads the files as the tool does; this table has the texts, and the files that draw
+// them.
 TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
   const auto change = [](std::size_t at) {
     return std::string(SMALLEST.bit).replace(at, 1, 1, '\x80');

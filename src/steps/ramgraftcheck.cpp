@@ -29,7 +29,7 @@ void pushFiller(Bitstream& bitstream) {
   pushBits(bitstream, std::string(98, '1'));
 }
 
-// Prints the bytes that stand in for the two expected ones, as far as there are any.
+// Prints the bytes found instead of the two expected ones, as far as there are any.
 // GCOVR_EXCL_START: only a wrong conversion leads here
 void printFirstTwo(const std::vector<unsigned char>& bytes) {
   for (std::size_t i = 0; i < bytes.size() && i < 2; ++i) printLine(std::to_string(bytes[i]));
