@@ -1,6 +1,8 @@
 // Broken preconditions abort, in every build type, with a text that doesn't depend on the compiler.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "fixture.h"
 #include "steps/ramgraftebr.h"
 #include "steps/ramgraftfiles.h"
@@ -58,13 +60,9 @@ TEST(AssertionsDeathTest, NameFileSignatureAndCondition) {
       // clang-format on
   };
   for (const auto& [file, signature, condition, breach] : rows) {
-    std::string expression = ": ramgraft";
-    expression.append(file).append("\\.cpp:[0-9]+: ");
-    for (const std::string part : {signature, ": Assertion `", condition, "' failed.\n"}) {
-      for (const char c : part) {
-        expression += std::isalnum(c) != 0 ? std::string{c} : std::string{'[', c, ']'};
-      }
-    }
+    const std::string line = std::string(signature) + ": Assertion `" + condition + "' failed.\n";
+    const std::string expression = std::string(": ramgraft") + file + "\\.cpp:[0-9]+: " +
+                                   std::regex_replace(line, std::regex("[^A-Za-z0-9]"), "[$&]");
     EXPECT_EXIT(breach(), testing::KilledBySignal(SIGABRT), expression);
   }
 }

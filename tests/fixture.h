@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <list>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -26,8 +25,6 @@ struct RunFiles {
 struct RunResult {
   std::string text;   ///< what it prints, and its exit status as the last line
   std::string bytes;  ///< of out.bit; none when the run failed
-  /// Of a plain run: which EBR's payload begins at a bit index.
-  std::map<std::size_t, std::string> payloads;
 };
 
 /// Reports the line of the caller and ends the process unless the condition holds.
@@ -59,8 +56,8 @@ std::string outputOf(const std::function<void()>& action);
 
 /// Runs the tool in this process on files of a folder of its own, in memory where possible.
 RunResult runTool(const RunFiles& files);
-/// How the tool's run differs from a plain run: the first line, or the EBR and the first bit. Empty
-/// when they don't differ.
+/// How the tool's run differs from a plain run: its first wrong bit, or what it says. Empty when
+/// they don't differ.
 std::string compareRuns(const RunFiles& files);
 
 // ---- plainrun.cpp ----

@@ -97,7 +97,6 @@ struct PlainRun {
     const std::size_t capacity = std::min(most, lines[ebr].size() / 5 * 2);
     if (end + 16 <= stream.size()) {
       warn(ebr, end, 96 + 72 * frames, capacity);
-      payloads[payload] = wids[ebr] + counter;
       stream.replace(payload, capacity * 9, spellPayload(columns[ebr], capacity));
       stream.replace(end, 16, spellCrc(stream, end, 96 + 72 * frames));
     }
@@ -133,7 +132,6 @@ struct PlainRun {
   std::string stream;  // all its bits, as digits
   Lines wids, lines, columns;
   int width = 0, startLine = 0;
-  std::map<std::size_t, std::string> payloads;
 };
 
 }  // namespace
@@ -176,6 +174,5 @@ RunResult runPlainly() {
   PlainRun plain;
   bool isWritten = false;
   const std::string text = outputOf([&] { isWritten = plain.run(); });
-  return {text + (isWritten ? "0" : "1"), isWritten ? packDigits(plain.stream) : "",
-          plain.payloads};
+  return {text + (isWritten ? "0" : "1"), isWritten ? packDigits(plain.stream) : ""};
 }
