@@ -7,28 +7,6 @@
 
 namespace {
 
-TEST(FindAddressSection, FindsTheFirstOneAtAnyBit) {
-  const std::string section = digits(0xF6, 8) + digits(0, 36);
-  for (std::uint64_t seed = 0; seed < 20000; ++seed) {
-    std::mt19937_64 random(seed);
-    std::string stream(random() % 1600, "01"[seed % 2]);  // up to three blocks of the search
-    for (int i = 0; i < 3; ++i) {
-      const std::size_t at = random() % (stream.size() + 1);
-      const std::string part = random() % 2 == 0 ? section : section.substr(random() % 44);
-      stream.replace(at, part.size(), part.substr(0, stream.size() - at));
-    }
-    const std::uint64_t from = random() % (stream.size() + 1);
-    const std::uint64_t end = random() % 2 == 0 ? NOT_FOUND : random() % 1600;
-    // Zero bits cut short by the end of the stream count.
-    std::uint64_t expected = (stream + digits(0, 36)).find(section, from);
-    if (expected >= end || expected + 8 >= stream.size()) expected = NOT_FOUND;
-    Bitstream bitstream(0);
-    pushDigits(bitstream, stream);
-    ASSERT_EQ(findAddressSection(bitstream, from, end), expected)
-        << "seed " << seed << ": " << stream;
-  }
-}
-
 TEST(SectionChain, FindsWhatAFreshSearchFinds) {
   for (std::uint64_t seed = 0; seed < 4000; ++seed) {
     std::mt19937_64 random(seed);
