@@ -29,7 +29,6 @@ ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes) {
   ReadResult result;
   if (!file.isOpen()) return {Outcome::CANT_OPEN, errno, {}};
   if (::fstat(file.get(), &result.status) != 0) return {Outcome::CANT_READ, errno, {}};
-  bytes.resize(0);
   // With a byte more than the file has, the read that finds its end needs no growing. Files that
   // can't say how many they have (pipes, /proc) start small.
   constexpr off_t SMALLEST = 4096;

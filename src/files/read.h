@@ -23,8 +23,8 @@ struct ReadResult {
   struct stat status {};  ///< of the file before it was read, once it could be opened
 };
 
-/// Reads all bytes of the named file, which may be a pipe, into `bytes`, whose earlier contents are
-/// lost. Afterwards the file doesn't matter any more.
+/// Reads all bytes of the named file, which may be a pipe, into `bytes`, which is empty before.
+/// Afterwards the file doesn't matter any more.
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
 /// The same for a file that has just been opened. If that failed, errno says why.
 ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes);
