@@ -69,5 +69,10 @@ std::string brokenLaw(const RunFiles& files) {
   if (!broken.empty() || output.empty()) return broken;
   runTool(files);  // leaves its files
   broken = brokenStreamLaw(output == files.bit);
-  return broken.empty() ? brokenRunLaw({output, files.wid, files.mem}, output) : broken;
+  RunFiles next = {output, files.wid, files.mem};
+  if (broken.empty()) broken = brokenRunLaw(next, output);
+  const std::size_t last = next.mem.find_last_of("0A");
+  if (!broken.empty() || last == std::string::npos) return broken;
+  next.mem[last] = '1';  // now a single word differs
+  return brokenRunLaw(next, output);
 }
