@@ -138,6 +138,8 @@ TEST(Inspect, PrintsWhatItFinds) {
       {"verify --json in.bit ram.wid words.mem", R"({"same": false, "words": 2, "different": [{"word": 0, "expected": "5C", )"
        R"("found": "00"}, {"word": 1, "expected": "F0", "found": "00"}], "ebrs": [{"identifier": "000000101", "crc": "empty", )"
        R"("behind": false, "ninthBits": 0}]})" "\n1"},
+      {"verify out.bit ram.wid zeros.mem", "word 0: expected 00, found 5C\nword 1: expected 00, found F0\n"
+       "not the same: 2 of 2 words of 8 bits in 1 EBR differ\n1"},
       {"verify --json out.bit ram.wid words.mem", R"({"same": true, "words": 2, "different": [], "ebrs": []})" "\n0"},
       {"diff in.bit out.bit", note + "EBR 000000101 at bit 8: 8 payload bits and the CRC differ\n"
        "1 of 1 EBR differs; outside of them nothing does\n1"},
