@@ -104,6 +104,7 @@ TEST(Inspect, PrintsWhatItFinds) {
   std::ofstream("others.bit") << STREAM << STREAM << packDigits(digits(0xF6, 8) + digits(6, 45));
   std::ofstream("cut.bit") << STREAM.substr(0, 23);
   std::ofstream("none.bit") << "no sections";
+  std::ofstream("outside.bit") << '\xFE' << STREAM.substr(1, 7) << '\1' << STREAM.substr(9);
   std::ofstream("ones.bit") << packDigits(ebrDigits("000000101", 1, "1"));
   std::ofstream overlapping("overlapping.bit");
   const std::string header = packDigits(ebrDigits("000000101", 0xFFFF, "0").substr(0, 96));
@@ -145,6 +146,7 @@ TEST(Inspect, PrintsWhatItFinds) {
        "1 of 1 EBR differs; outside of them nothing does\n1"},
       {"diff --json --id-bits 9 in.bit out.bit",
        R"({"same": false, "sections": [{"identifier": "000000101", "bit": 8, "payloadBits": 8, "crc": true}], "outsideBits": 0})" "\n1"},
+      {"diff --id-bits 9 in.bit outside.bit", "0 of 1 EBR differ; outside of them 2 bits, the first at bit 7\n1"},
       {"diff --json in.bit cut.bit", "{\"same\": false, \"sizes\": [24, 23]}\n1"},
       {"diff in.bit cut.bit", "the sizes differ: 24 and 23 bytes\n1"},
       {"locate in.bit no.mem", "ERROR: can't open file no.mem: No such file or directory\n2"},
