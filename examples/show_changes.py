@@ -7,6 +7,9 @@ Exits with status 1 when anything but the payloads and CRC fields of the EBRs li
 differs, or when the CRC of a listed EBR is wrong in OUT.bit. An EBR whose new contents are equal
 to the old ones is in order. So is a CRC that can't be judged because it covers a bit of its own
 field, which happens only where payloads don't begin on a byte boundary.
+
+Commands are those of IN.bit, taken one after the other without a look into their payloads. Where
+contents look like a command, the tool finds that one, and this may report a problem that is none.
 """
 
 import sys

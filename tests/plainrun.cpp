@@ -99,6 +99,7 @@ struct PlainRun {
       warn(ebr, end, 96 + 72 * frames, capacity);
       stream.replace(payload, capacity * 9, spellPayload(columns[ebr], capacity));
       stream.replace(end, 16, spellCrc(stream, end, 96 + 72 * frames));
+      warnOfHidden(ebr, payload, end + 16);
     }
     // Only this EBR's line, and only what the payload takes of it.
     Lines needed(wids.size());
@@ -126,6 +127,24 @@ struct PlainRun {
                    " words of 8 bits, the EBR takes ", to_string(capacity),
                    ": the rest is not written");
     }
+  }
+
+  // A section that begins before `end` takes the beginning of a command after it for its
+  // identifier.
+  void warnOfHidden(std::size_t ebr, std::size_t payload, std::size_t end) const {
+    const std::string section = digits(0xF6, 8) + digits(0, 36), write = digits(0xB2D0, 16);
+    const std::size_t size = section.size() + static_cast<unsigned>(width);
+    const std::size_t from = std::max(payload, end - size + 1);
+    const std::size_t last = stream.substr(from, end + 43 - from).find(section);
+    if (last == std::string::npos) return;
+    const std::size_t hidden = stream.substr(end, from + last + size + 43 - end).find(section);
+    const std::size_t data = end + hidden + size + 11;
+    if (hidden == std::string::npos || stream.size() <= data + 32) return;
+    const int frames = binaryStringToInt(stream.substr(data + 16, 16));
+    const bool fits = data + 48 + 72 * static_cast<unsigned>(frames) <= stream.size();
+    if (!fits || stream.compare(data, 16, write) != 0) return;
+    printWarning("wid ", wids[ebr], ": the new contents end like an EBR address section, which ",
+                 "hides the EBR command at bit ", to_string(end + hidden), " from every search");
   }
 
   Bitstream bitstream{0};

@@ -131,6 +131,24 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
   }
 }
 
+TEST(Run, WarnsOfACommandThatNewContentsHide) {
+  std::mt19937_64 random(1);
+  int warnings = 0;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string wid = digits(1, 9 + random() % 50);
+    std::string stream = ebrDigits(wid, 1, "0") + digits(random(), random() % 4);
+    stream += ebrDigits(digits(2, wid.size()), random() % 2, "1");
+    stream.resize(stream.size() - (random() % 4 == 0 ? random() % 60 : 0));
+    std::string words;
+    for (std::uint64_t zeros = random() % 8; zeros > 0; --zeros) words += "00\n";
+    words += random() % 2 == 0 ? "6F\n" : "F0\n03\n";  // either spells an address opcode
+    const RunFiles files = {packDigits(stream), wid + "\naw10;dw8", words};
+    ASSERT_EQ(compareRuns(files), "") << i;
+    warnings += runTool(files).text.find("WARNING: wid ") == std::string::npos ? 0 : 1;
+  }
+  EXPECT_GT(warnings, 50);
+}
+
 TEST(Run, FindsTheSectionsThatBeginInAWrittenCrc) {
   const std::string last = digits(1, 9), first = digits(2, 9), falseOne = digits(3, 9);
   const std::string stream = ebrDigits(first, 1, "1") + digits(0, 36) + falseOne +

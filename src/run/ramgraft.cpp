@@ -59,6 +59,11 @@ void printWarnings(const Edit& edit, const std::string& foreignWid) {
                  " words of 8 bits, the EBR takes ", std::to_string(edit.writtenWords),
                  ": the rest is not written");
   }
+  if (edit.hiddenCommand != NOT_FOUND) {
+    printWarning("wid ", wid,
+                 ": the new contents end like an EBR address section, which hides the ",
+                 "EBR command at bit ", std::to_string(edit.hiddenCommand), " from every search");
+  }
 }
 
 bool replaceAllContents(const MemoryInputs& inputs, Bitstream& bitstream) {
