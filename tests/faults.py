@@ -12,8 +12,8 @@ import shutil
 import sys
 import tempfile
 import unittest
-from errno import (EACCES, EBADF, EBUSY, EEXIST, EFBIG, EINTR, EIO, EISDIR, ELOOP, ENAMETOOLONG, ENOENT,
-                   ENOSPC, ENOTDIR, EOPNOTSUPP, EPERM)
+from errno import (EACCES, EBADF, EBUSY, EEXIST, EFBIG, EINTR, EIO, EISDIR, ELOOP, ENAMETOOLONG,
+                   ENOENT, ENOSPC, ENOTDIR, EOPNOTSUPP, EPERM)
 from multiprocessing.pool import ThreadPool
 from pathlib import Path
 from resource import RLIMIT_FSIZE, setrlimit
