@@ -141,7 +141,7 @@ struct PlainRun {
     const std::size_t data = end + hidden + size + 11;
     if (hidden == std::string::npos || stream.size() <= data + 32) return;
     const int frames = binaryStringToInt(stream.substr(data + 16, 16));
-    const bool fits = data + 48 + 72 * static_cast<unsigned>(frames) <= stream.size();
+    const bool fits = data + 48 + 72UL * static_cast<unsigned>(frames) <= stream.size();
     if (!fits || stream.compare(data, 16, write) != 0) return;
     printWarning("wid ", wids[ebr], ": the new contents end like an EBR address section, which ",
                  "hides the EBR command at bit ", to_string(end + hidden), " from every search");
