@@ -4,7 +4,7 @@
 #     [ROW=TEXT] faults.py RAMGRAFT FAULTSHIM [unittest options]
 #
 # RAMGRAFT must be linked dynamically, so that FAULTSHIM (faultshim.cpp) can come between it and
-# the C library. Stage.facts() says what holds after every run, whatever went wrong. A failure names
+# the C library. Stage's facts say what holds after every run, whatever went wrong. A failure names
 # its row; with ROW, calls go wrong only in rows whose names contain TEXT.
 
 import os

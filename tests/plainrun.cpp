@@ -129,10 +129,10 @@ struct PlainRun {
     }
   }
 
-  // A section that begins before `end` takes the beginning of a command after it for its
+  // A section that begins before `end` can take the beginning of the next command for its
   // identifier.
   void warnOfHidden(std::size_t ebr, std::size_t payload, std::size_t end) const {
-    const std::string section = digits(0xF6, 8) + digits(0, 36), write = digits(0xB2D0, 16);
+    const std::string section = digits(0xF6, 8) + digits(0, 36);
     const std::size_t size = section.size() + static_cast<unsigned>(width);
     const std::size_t from = std::max(payload, end - size + 1);
     const std::size_t last = stream.substr(from, end + 43 - from).find(section);
@@ -142,7 +142,7 @@ struct PlainRun {
     if (hidden == std::string::npos || stream.size() <= data + 32) return;
     const int frames = binaryStringToInt(stream.substr(data + 16, 16));
     const bool fits = data + 48 + 72UL * static_cast<unsigned>(frames) <= stream.size();
-    if (!fits || stream.compare(data, 16, write) != 0) return;
+    if (!fits || stream.compare(data, 16, digits(0xB2D0, 16)) != 0) return;
     printWarning("wid ", wids[ebr], ": the new contents end like an EBR address section, which ",
                  "hides the EBR command at bit ", to_string(end + hidden), " from every search");
   }

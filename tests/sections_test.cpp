@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "ebr/format.h"
-#include "ebr/search.h"
 #include "fixture.h"
 
 namespace {

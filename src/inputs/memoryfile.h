@@ -20,8 +20,8 @@ struct MemoryFileSummary {
   std::uint64_t firstMisfitBits = 0;  ///< its number of bits
 };
 
-/// Appends the words of a memory file, which `reader` has read under the name `fileName`, to
-/// `words` and fills `summary`.
+/// Appends the words of a memory file to `words` and fills `summary`. `reader` has read the file
+/// under the name `fileName`, and its result is DONE: one that couldn't be read has no words here.
 InputFault readMemoryFile(LineReader& reader, const std::string& fileName, MemoryWords& words,
                           MemoryFileSummary& summary);
 
@@ -33,7 +33,7 @@ struct EqualLines {
   std::uint64_t otherBits = 0;   ///< its number of bits
 };
 
-/// Appends the words of a memory file of which it isn't known yet how they are dealt out: neither
+/// The same for a memory file of which it isn't known yet how its words are dealt out: neither
 /// their bits nor the length of the columns is a fault.
 InputFault readEqualLines(LineReader& reader, const std::string& fileName, MemoryWords& words,
                           EqualLines& lines);
