@@ -7,6 +7,8 @@
 #include <fstream>
 #include <numeric>
 
+#include "ebr/columns.h"
+#include "ebr/payload.h"
 #include "fixture.h"
 #include "inspected.h"
 
@@ -65,6 +67,43 @@ TEST(Inspect, KeepsItsLawsOverRandomRuns) {
     const RunFiles files = randomRun(random);
     const std::string broken = brokenLaw(files);
     ASSERT_EQ(broken, "") << "run " << i;
+  }
+}
+
+TEST(Inspect, ReadsBackWhatIsWritten) {
+  std::mt19937_64 random(3);
+  for (const auto& [numEbrs, bitsPerEbr, numBytes] :
+       {std::tuple{1, 1, 1}, {1, 8, 600}, {3, 5, 15}, {3, 12, 63}, {7, 64, 112}, {2, 100, 75}}) {
+    MemoryWords words(static_cast<unsigned>(numEbrs), static_cast<unsigned>(bitsPerEbr));
+    std::vector<unsigned char> bytes(static_cast<unsigned>(numBytes));
+    for (unsigned char& byte : bytes) byte = static_cast<unsigned char>(random());
+    words.appendBytes(bytes);
+    MemoryWords copy(words.getNumEbrs(), words.getBitsPerEbr());
+    copy.appendZeros(bytes.size());
+    EbrColumns columns(words);
+    for (std::uint64_t ebr = 0; ebr < words.getNumEbrs(); ++ebr) {
+      const auto column = columns.get(ebr);
+      const std::uint64_t offset = random() % 16, size = column.size() - random() % 8;
+      Bitstream bitstream(0);
+      pushDigits(bitstream, digits(UINT64_MAX, 16 + offset) + std::string(column.size() * 9, '1'));
+      writePayload(bitstream, offset, column, size);
+      bitstream.addBit(true, offset);
+      std::vector<unsigned char> read(column.size());
+      EXPECT_EQ(readPayload(bitstream, offset, std::span(read).first(size)), size == 0 ? 0U : 1U);
+      EXPECT_TRUE(std::equal(read.begin(), read.begin() + static_cast<int>(size), column.begin()));
+      for (std::uint64_t i = 0; i < column.size(); ++i) {
+        EXPECT_EQ(columnFrame(words, ebr, i / 8) >> i % 8 * 8 & 0xFF, column[i]);
+      }
+      putColumn(copy, ebr, column);
+    }
+    EXPECT_TRUE(std::ranges::equal(copy.getBytes(), words.getBytes())) << bitsPerEbr;
+    for (std::uint64_t begin = 0; begin < 9; ++begin) {
+      std::string text, expected;
+      for (const unsigned char byte : bytes) expected += digits(byte, 8);
+      words.appendDigits(std::min<std::uint64_t>(begin, 8), bytes.size() * 8, text);
+      expected.erase(0, begin);
+      EXPECT_EQ(digitsOfHex(text).substr(text.size() * 4 - expected.size()), expected);
+    }
   }
 }
 

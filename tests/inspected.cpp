@@ -63,6 +63,12 @@ std::string contentsOf(const char* fileName) {
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+std::string digitsOfHex(const std::string& text) {
+  std::string bits;
+  for (const char digit : text) bits += digits(std::stoul(std::string(1, digit), nullptr, 16), 4);
+  return bits;
+}
+
 std::string brokenLaw(const RunFiles& files) {
   std::string output;
   std::string broken = brokenRunLaw(files, output);

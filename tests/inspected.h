@@ -12,6 +12,8 @@
 std::string inspect(std::vector<const char*> arguments);
 /// The bytes of a file.
 std::string contentsOf(const char* fileName);
+/// Hexadecimal digits as binary ones.
+std::string digitsOfHex(const std::string& text);
 /// Runs all subcommands on the files of a run and on its output. The first promise that isn't kept;
 /// empty when all are.
 std::string brokenLaw(const RunFiles& files);
