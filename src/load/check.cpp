@@ -1,0 +1,41 @@
+#include "load/check.h"
+
+#include <algorithm>
+
+#include "layout/deal.h"
+
+namespace {
+
+void compareBytes(std::span<const unsigned char> expected, std::span<const unsigned char> found,
+                  std::uint64_t unit, MemoryDifferences& differences) {
+  for (std::uint64_t at = 0; at < expected.size(); at += unit) {
+    if (std::ranges::equal(expected.subspan(at, unit), found.subspan(at, unit))) continue;
+    std::vector<Difference>& runs = differences.runs;
+    const bool isAdjacent = !runs.empty() && runs.back().offset + runs.back().bytes == at;
+    if (!isAdjacent) runs.push_back({at, 0});
+    runs.back().bytes += unit;
+    differences.bytes += unit;
+    differences.found.insert(differences.found.end(),
+                             found.begin() + static_cast<std::ptrdiff_t>(at),
+                             found.begin() + static_cast<std::ptrdiff_t>(at + unit));
+  }
+}
+
+}  // namespace
+
+std::vector<MemoryDifferences> compareImages(const Map& map, const Placement& placement,
+                                             const Images& images, const Bitstream& bitstream) {
+  std::vector<MemoryDifferences> differences(map.memories.size());
+  for (std::size_t number = 0; number < map.memories.size(); ++number) {
+    const Memory& memory = map.memories[number];
+    const MemoryImage& image = images.getImage(number);
+    if (image.bytes.empty()) continue;
+    std::vector<unsigned char> found = image.bytes;
+    for (std::size_t part = 0; part < memory.parts.size(); ++part) {
+      if (image.isTouched[part] != 0) readPart(bitstream, memory, part, placement, found);
+    }
+    const std::uint64_t unit = memory.hasByteAddresses() ? 1 : memory.wordBytes();
+    compareBytes(image.bytes, found, unit, differences[number]);
+  }
+  return differences;
+}

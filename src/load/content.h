@@ -1,0 +1,44 @@
+// A file whose bytes go into memories.
+#ifndef RAMGRAFT_LOAD_CONTENT_H
+#define RAMGRAFT_LOAD_CONTENT_H
+
+#include <cstdint>
+#include <string>
+
+#include "base/bytebuffer.h"
+#include "files/descriptor.h"
+#include "firmware/image.h"
+#include "layout/addresses.h"
+#include "load/place.h"
+
+/// How a content file says its bytes.
+enum class ContentFormat { ELF, INTEL_HEX, S_RECORD, BIN, WORDS };
+
+/// The format as the command line and reports name it: "elf", "hex", "srec", "bin", "mem".
+std::string_view nameOf(ContentFormat format);
+
+/// A content file that has been read.
+struct Content {
+  std::string file;  ///< its name as given
+  FileIdentity identity;
+  ContentFormat format = ContentFormat::BIN;
+  Place place;          ///< where address 0 of the pieces is
+  FirmwareImage image;  ///< its pieces; of text words those of one memory, addresses from its start
+  ByteBuffer bytes;     ///< of the file, as far as `image` refers to them
+
+  /// Where the symbol is; nothing past 2^64 - 1.
+  std::optional<Place> placeOf(const Symbol& symbol) const;
+  /// Where byte number `offset` of a piece comes from, for messages: "FILE: SECTION", "FILE, line
+  /// N" or "FILE".
+  std::string originOf(const Piece& piece, std::uint64_t offset) const;
+};
+
+/// Reads the content that the command line's `argument` names into `content`, which is fresh.
+/// Returns the sentence that says what is wrong and where, empty if nothing is.
+std::string readContent(const std::string& argument, const Map& map, const AddressSpace& addresses,
+                        Content& content);
+
+/// Reads an ELF file whose symbols count, but not its contents. Returns as readContent() does.
+std::string readSymbolFile(const std::string& file, Content& content);
+
+#endif
