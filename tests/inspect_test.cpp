@@ -7,6 +7,7 @@
 #include <fstream>
 #include <numeric>
 
+#include "base/hexwords.h"
 #include "ebr/columns.h"
 #include "ebr/payload.h"
 #include "fixture.h"
@@ -100,7 +101,7 @@ TEST(Inspect, ReadsBackWhatIsWritten) {
     for (std::uint64_t begin = 0; begin < 9; ++begin) {
       std::string text, expected;
       for (const unsigned char byte : bytes) expected += digits(byte, 8);
-      words.appendDigits(std::min<std::uint64_t>(begin, 8), bytes.size() * 8, text);
+      appendHexDigits(words.getBytes(), std::min<std::uint64_t>(begin, 8), bytes.size() * 8, text);
       expected.erase(0, begin);
       EXPECT_EQ(digitsOfHex(text).substr(text.size() * 4 - expected.size()), expected);
     }

@@ -3,8 +3,8 @@
 #include <algorithm>
 
 #include "ebr/format.h"
+#include "ebr/linelengths.h"
 #include "ebr/payload.h"
-#include "ebr/physicalline.h"
 
 namespace {
 

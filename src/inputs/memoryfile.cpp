@@ -4,7 +4,7 @@
 
 #include "base/digits.h"
 #include "ebr/format.h"
-#include "ebr/physicalline.h"
+#include "ebr/linelengths.h"
 
 namespace {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "base/hexwords.h"
 #include "console/lines.h"
 #include "ebr/columns.h"
 #include "ebr/edit.h"
@@ -91,7 +92,7 @@ std::string spell(const MemoryWords& words, std::uint64_t lineBits, std::uint64_
   std::string text;
   text.reserve(numLines * (lineBits / 4 + 1));
   for (std::uint64_t line = 0; line < numLines; ++line) {
-    words.appendDigits(line * lineBits, (line + 1) * lineBits, text);
+    appendHexDigits(words.getBytes(), line * lineBits, (line + 1) * lineBits, text);
     text += '\n';
   }
   return text;

@@ -3,7 +3,7 @@
 #include <new>
 
 #include "console/lines.h"
-#include "files/descriptor.h"
+#include "files/process.h"
 #include "inspect/commandline.h"
 #include "inspect/diff.h"
 #include "inspect/extract.h"
@@ -38,7 +38,7 @@ ExitStatus run(const Request& request) {
 }  // namespace
 
 int runInspect(int argc, const char* const argv[]) {
-  prepareStandardDescriptors();
+  prepareProcess();
   try {
     return static_cast<int>(run(parseCommandLine(argc, argv)));
     // GCOVR_EXCL_START: a limit on memory would do it, but leaves no room for the counts.

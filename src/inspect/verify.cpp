@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/hexwords.h"
 #include "console/lines.h"
 #include "inspect/comparison.h"
 #include "inspect/json.h"
@@ -62,8 +63,8 @@ std::uint64_t countWords(const MemoryWords& words) {
 std::string spellWord(const MemoryWords& words, std::uint64_t word) {
   const std::uint64_t begin = word * words.getRoundBits();
   std::string text;
-  words.appendDigits(begin, std::min(begin + words.getRoundBits(), words.getBytes().size() * 8),
-                     text);
+  appendHexDigits(words.getBytes(), begin,
+                  std::min(begin + words.getRoundBits(), words.getBytes().size() * 8), text);
   return text;
 }
 

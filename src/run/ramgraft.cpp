@@ -10,7 +10,7 @@
 #include "ebr/columns.h"
 #include "ebr/command.h"
 #include "ebr/edit.h"
-#include "files/descriptor.h"
+#include "files/process.h"
 #include "files/replace.h"
 #include "inputs/loading.h"
 #include "steps/messages.h"
@@ -129,7 +129,7 @@ bool graft(const InputNames& names, const std::string& outputFile) {
 }  // namespace
 
 int runRamgraft(int argc, const char* const argv[]) {
-  prepareStandardDescriptors();
+  prepareProcess();
   if (argc != 5) {
     printLine("Usage: ramgraft <input_file.bit> <file.wid> <file.mem> <output_file.bit>");
     return 1;

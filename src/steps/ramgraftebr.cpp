@@ -9,7 +9,7 @@
 #include "ebr/format.h"
 #include "ebr/memorywords.h"
 #include "steps/messages.h"
-#include "steps/physicaltext.h"
+#include "steps/physicalline.h"
 #include "steps/ramgraftutil.h"
 
 namespace {

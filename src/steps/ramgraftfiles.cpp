@@ -7,7 +7,7 @@
 #include "files/replace.h"
 #include "inputs/loading.h"
 #include "steps/messages.h"
-#include "steps/physicaltext.h"
+#include "steps/physicalline.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 // The physical line of an EBR as text: a column laid out for the payload.
-#ifndef RAMGRAFT_STEPS_PHYSICALTEXT_H
-#define RAMGRAFT_STEPS_PHYSICALTEXT_H
+#ifndef RAMGRAFT_STEPS_PHYSICALLINE_H
+#define RAMGRAFT_STEPS_PHYSICALLINE_H
 
 #include <cstdint>
 #include <string>

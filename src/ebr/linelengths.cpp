@@ -1,4 +1,4 @@
-#include "ebr/physicalline.h"
+#include "ebr/linelengths.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // How long an EBR's physical line is, and how much of the payload it fills. Its text is made by
-// steps/physicaltext.h; a run makes none, but its limits apply.
-#ifndef RAMGRAFT_EBR_PHYSICALLINE_H
-#define RAMGRAFT_EBR_PHYSICALLINE_H
+// steps/physicalline.h; a run makes none, but its limits apply.
+#ifndef RAMGRAFT_EBR_LINELENGTHS_H
+#define RAMGRAFT_EBR_LINELENGTHS_H
 
 #include <cstdint>
 

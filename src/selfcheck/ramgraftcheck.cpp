@@ -1,4 +1,4 @@
-#include "steps/ramgraftcheck.h"
+#include "selfcheck/ramgraftcheck.h"
 
 #include <array>
 #include <list>

@@ -1,4 +1,4 @@
-#include "steps/physicaltext.h"
+#include "steps/physicalline.h"
 
 #include <algorithm>
 #include <span>

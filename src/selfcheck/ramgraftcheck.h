@@ -1,6 +1,6 @@
 // The built-in self-check: `ramgraft TEST TEST TEST x`.
-#ifndef RAMGRAFT_STEPS_RAMGRAFTCHECK_H
-#define RAMGRAFT_STEPS_RAMGRAFTCHECK_H
+#ifndef RAMGRAFT_SELFCHECK_RAMGRAFTCHECK_H
+#define RAMGRAFT_SELFCHECK_RAMGRAFTCHECK_H
 
 #include "steps/ramgrafttraverse.h"
 
