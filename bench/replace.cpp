@@ -7,8 +7,8 @@
 #include "base/assertion.h"
 #include "data.h"
 #include "ebr/crc.h"
-#include "ebr/edit.h"
 #include "ebr/format.h"
+#include "ebr/graft.h"
 
 namespace {
 
@@ -25,9 +25,9 @@ void BM_replaceContents(benchmark::State& state) {
     for (std::size_t i = 0; i < NUM_EBRS; ++i) {
       const EbrCommand command =
           readEbrCommand(stream.bitstream, stream.sections[i], stream.wids[i].size());
-      const Edit edit = replaceContents(stream.bitstream, command, columns, i);
-      assertThat(edit.writtenWords == FRAME_PAYLOAD_WORDS * numFrames, "BM_replaceContents",
-                 "edit.writtenWords");
+      const GraftReport report = replaceContents(stream.bitstream, command, columns, i);
+      assertThat(report.writtenWords == FRAME_PAYLOAD_WORDS * numFrames, "BM_replaceContents",
+                 "report.writtenWords");
     }
   }
   state.SetBytesProcessed(state.iterations() *

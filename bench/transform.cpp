@@ -9,7 +9,7 @@
 #include "base/assertion.h"
 #include "data.h"
 #include "ebr/columns.h"
-#include "steps/physicaltext.h"
+#include "steps/physicalline.h"
 
 namespace {
 

@@ -7,6 +7,7 @@
 #include <fstream>
 #include <numeric>
 
+#include "base/hexwords.h"
 #include "ebr/columns.h"
 #include "ebr/payload.h"
 #include "fixture.h"
@@ -92,7 +93,7 @@ TEST(Inspect, ReadsBackWhatIsWritten) {
       EXPECT_EQ(readPayload(bitstream, offset, std::span(read).first(size)), size == 0 ? 0U : 1U);
       EXPECT_TRUE(std::equal(read.begin(), read.begin() + static_cast<int>(size), column.begin()));
       for (std::uint64_t i = 0; i < column.size(); ++i) {
-        EXPECT_EQ(columnFrame(words, ebr, i / 8) >> i % 8 * 8 & 0xFF, column[i]);
+        EXPECT_EQ(frameDataBits(words, ebr, i / 8) >> i % 8 * 8 & 0xFF, column[i]);
       }
       putColumn(copy, ebr, column);
     }
@@ -100,7 +101,7 @@ TEST(Inspect, ReadsBackWhatIsWritten) {
     for (std::uint64_t begin = 0; begin < 9; ++begin) {
       std::string text, expected;
       for (const unsigned char byte : bytes) expected += digits(byte, 8);
-      words.appendDigits(std::min<std::uint64_t>(begin, 8), bytes.size() * 8, text);
+      appendHexDigits(words.getBytes(), std::min<std::uint64_t>(begin, 8), bytes.size() * 8, text);
       expected.erase(0, begin);
       EXPECT_EQ(digitsOfHex(text).substr(text.size() * 4 - expected.size()), expected);
     }

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <span>
 
+#include "base/assertion.h"
+
 namespace {
 
 // Removes the first `count` bytes of what is still to be written.
@@ -26,10 +28,12 @@ std::span<iovec> dropWritten(std::span<iovec> left, std::size_t count) {
 // One system call for the whole line, so that no other process's line comes into its middle; more
 // only where the system takes a part. False with errno set when the line could not be written.
 bool writeLine(int descriptor, std::initializer_list<std::string_view> pieces) {
+  assertThat(pieces.size() <= MOST_PIECES, "bool writeLine(int, std::initializer_list)",
+             "pieces.size() <= MOST_PIECES");
   std::array<iovec, MOST_PIECES + 1> line;
   std::size_t count = 0;
   for (const std::string_view piece : pieces) {
-    if (count < MOST_PIECES) line[count++] = {const_cast<char*>(piece.data()), piece.size()};
+    line[count++] = {const_cast<char*>(piece.data()), piece.size()};
   }
   line[count++] = {const_cast<char*>("\n"), 1};
   std::span<iovec> left = std::span(line).first(count);
@@ -55,20 +59,4 @@ void printPieces(std::initializer_list<std::string_view> pieces) {
 
 void printDiagnosticPieces(std::initializer_list<std::string_view> pieces) {
   static_cast<void>(writeLine(STDERR_FILENO, pieces));
-}
-
-std::string excerptOf(std::string_view text) {
-  constexpr std::size_t MOST_CHARACTERS = 60;
-  constexpr std::string_view DIGITS = "0123456789ABCDEF";
-  std::string excerpt;
-  for (const char character : text.substr(0, MOST_CHARACTERS)) {
-    const auto byte = static_cast<unsigned char>(character);
-    if (byte >= ' ' && byte <= '~') {
-      excerpt += character;
-    } else {
-      excerpt += {'\\', 'x', DIGITS[byte >> 4], DIGITS[byte & 0xF]};
-    }
-  }
-  if (text.size() > MOST_CHARACTERS) excerpt += "...";
-  return excerpt;
 }

@@ -5,7 +5,6 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <string>
 #include <string_view>
 
 /// The most pieces that a line can have.
@@ -40,9 +39,5 @@ template <typename... Pieces>
 void printWarning(const Pieces&... pieces) {
   printDiagnostic("WARNING: ", pieces...);
 }
-
-/// Text from a file, fit for a terminal: its first 60 characters, those that aren't printable ASCII
-/// as "\xNN", and "..." if there are more.
-std::string excerptOf(std::string_view text);
 
 #endif

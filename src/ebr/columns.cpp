@@ -188,7 +188,7 @@ std::uint64_t EbrColumns::gatherTiles() {
   return numRounds;
 }
 
-std::uint64_t columnFrame(const MemoryWords& words, std::uint64_t ebr, std::uint64_t frame) {
+std::uint64_t frameDataBits(const MemoryWords& words, std::uint64_t ebr, std::uint64_t frame) {
   ColumnWalk walk(words, ebr, frame * FRAME_CONTENT_BITS);
   return readFrame(words.getBytes(), walk);
 }

@@ -37,7 +37,7 @@ DataHeader readDataHeader(const Bitstream& bitstream, std::uint64_t index) {
 EbrCommand readEbrCommand(const Bitstream& bitstream, std::uint64_t index,
                           std::uint64_t identifierBits) {
   EbrCommand command;
-  command.index = index;
+  command.opcodeIndex = index;
   command.identifierIndex = identifierIndexOf(bitstream, index);
   if (!hasIdentifier(bitstream, index, identifierBits)) {
     command.fault = CommandFault::NO_IDENTIFIER;

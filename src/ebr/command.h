@@ -32,7 +32,7 @@ DataHeader readDataHeader(const Bitstream& bitstream, std::uint64_t index);
 struct EbrCommand {
   CommandFault fault = CommandFault::NONE;
   std::uint64_t faultIndex = 0;       ///< bit index of the field that is missing
-  std::uint64_t index = 0;            ///< bit index of the address opcode
+  std::uint64_t opcodeIndex = 0;      ///< bit index of the address opcode
   std::uint64_t identifierIndex = 0;  ///< bit index of the identifier; see also identifierOf()
   std::uint64_t identifierBits = 0;   ///< 0 when the identifier is missing
   std::uint64_t frameCount = 0;

@@ -3,6 +3,7 @@
 // chain of one look-up per byte would wait for each before starting the next.
 #include "ebr/crc.h"
 
+#include "base/reversal.h"
 #include "ebr/format.h"
 
 namespace {
@@ -44,8 +45,6 @@ static_assert(CRC16_NIBBLE_TABLE[8] == CRC_REFLECTED_POLYNOMIAL && CRC_BITS == 1
 static_assert(CONTRIBUTIONS[0][1] == reverse16(CRC_REFLECTED_POLYNOMIAL));
 
 }  // namespace
-
-unsigned char reverseByteBits(unsigned char value) { return BIT_REVERSE_TABLE[value]; }
 
 std::uint16_t crc16(const unsigned char* bytes, std::size_t size) {
   unsigned sum = 0;

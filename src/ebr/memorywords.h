@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -36,9 +35,6 @@ class MemoryWords {
   void appendZeros(std::size_t numBytes);
   /// Deals the same row out anew. Both counts must be at least 1.
   void deal(std::uint64_t ebrs, std::uint64_t bitsEach);
-  /// Appends the bits [`begin`, `end`) of the row, which must be there, to `text` in hexadecimal,
-  /// upper case: the inverse of appendWord(). If they don't make whole digits, 0 bits come first.
-  void appendDigits(std::uint64_t begin, std::uint64_t end, std::string& text) const;
 
   std::uint64_t getNumEbrs() const { return numEbrs; }
   std::uint64_t getBitsPerEbr() const { return bitsPerEbr; }

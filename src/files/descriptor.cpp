@@ -1,10 +1,8 @@
 #include "files/descriptor.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <utility>
 
 int FileDescriptor::close() {
@@ -25,15 +23,4 @@ int FileDescriptor::write(const unsigned char* bytes, std::size_t size,
     }
   }
   return 0;
-}
-
-void prepareStandardDescriptors() {
-  for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
-    if (::fcntl(descriptor, F_GETFD) >= 0) continue;
-    // Takes the lowest free number, this one. A folder, because it can't be read or written by the
-    // names of the descriptor, such as /dev/stdin, either: /dev/null would pass for an empty file.
-    static_cast<void>(::open("/", O_PATH | O_DIRECTORY));
-  }
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
 }

@@ -44,9 +44,4 @@ struct FileIdentity {
 
 inline FileIdentity identityOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
 
-/// Fills those of the descriptors 0, 1 and 2 that are closed, so that no file of the run is opened
-/// there and takes in the run's messages; using them stays an error. Makes a file size limit or a
-/// closed pipe an error of the write instead of a signal that ends the process.
-void prepareStandardDescriptors();
-
 #endif

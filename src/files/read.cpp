@@ -41,13 +41,13 @@ ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes) {
   }
   struct stat now {};
   if (::fstat(file.get(), &now) != 0) return {Outcome::CANT_READ, errno, result.status};
-  // What came last may then be the end of the new contents.
+  // Else the bytes could be old contents at the beginning and new ones at the end.
   if (isRewritten(result.status, now)) return {Outcome::CHANGED, EBUSY, result.status};
   return result;
 }
 
-LineReader::LineReader(const std::string& fileName, std::string_view commentCharacters)
-    : comments(commentCharacters), result(readWholeFile(fileName, bytes)) {
+LineReader::LineReader(const std::string& file, std::string_view commentCharacters)
+    : fileName(file), comments(commentCharacters), result(readWholeFile(fileName, bytes)) {
   if (result.outcome == Outcome::DONE) rest = bytes.text();
 }
 

@@ -24,7 +24,7 @@ struct ReadResult {
 };
 
 /// Reads all bytes of the named file, which may be a pipe, into `bytes`, which is empty before.
-/// Afterwards the file doesn't matter any more.
+/// Whatever happens to the file afterwards doesn't change `bytes`.
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
 /// The same for a file that has just been opened. If that failed, errno says why.
 ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes);
@@ -41,15 +41,18 @@ struct TextLine {
 class LineReader {
  public:
   /// Reads the named file, which may be a pipe. The comment characters must outlive the reader.
-  LineReader(const std::string& fileName, std::string_view commentCharacters);
+  LineReader(const std::string& file, std::string_view commentCharacters);
 
   /// Moves on to the next line that counts. False when there is none; there are none in a file that
   /// can't be read.
   bool next(TextLine& line);
+  /// The name as given.
+  const std::string& getFileName() const { return fileName; }
   /// What became of reading the file.
   const ReadResult& getResult() const { return result; }
 
  private:
+  std::string fileName;
   std::string_view comments;
   ByteBuffer bytes;
   ReadResult result;

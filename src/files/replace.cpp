@@ -187,16 +187,6 @@ ReplaceResult resultOf(int error) {
 
 }  // namespace
 
-SignalHold::SignalHold() { ::sigprocmask(SIG_BLOCK, nullptr, &before); }
-
-SignalHold::~SignalHold() { ::sigprocmask(SIG_SETMASK, &before, nullptr); }
-
-void SignalHold::begin() const {
-  sigset_t all;
-  ::sigfillset(&all);
-  ::sigprocmask(SIG_BLOCK, &all, nullptr);
-}
-
 ReplaceResult replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
                           const FileIdentity& input, const SignalHold& signals) {
   Replacement replacement{bytes, size, {}, {}, false};

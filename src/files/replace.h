@@ -2,26 +2,11 @@
 #ifndef RAMGRAFT_FILES_REPLACE_H
 #define RAMGRAFT_FILES_REPLACE_H
 
-#include <csignal>
 #include <cstddef>
 #include <string>
 
 #include "files/descriptor.h"
-
-/// Holds signals back from begin() until it is destroyed. A run that one of them then ends has left
-/// nothing half done.
-class SignalHold {
- public:
-  SignalHold();
-  SignalHold(const SignalHold&) = delete;
-  SignalHold& operator=(const SignalHold&) = delete;
-  ~SignalHold();
-
-  void begin() const;
-
- private:
-  sigset_t before{};
-};
+#include "files/signals.h"  // IWYU pragma: export
 
 /// What became of a file that was to be replaced.
 struct ReplaceResult {

@@ -28,10 +28,10 @@ struct InputFault {
 
   Kind kind = Kind::NONE;
   bool isBitstream = false;  ///< true for the bitstream, false for the width and memory files
-  std::string file;          ///< its name as given
+  std::string file{};        ///< its name as given
   int error = 0;             ///< the system's error number
   std::uint64_t line = 0;    ///< in the file, from 1
-  std::string text;          ///< the first characters of the line, EXCERPT_BYTES at most
+  std::string text{};        ///< the first characters of the line, EXCERPT_BYTES at most
   char character = 0;
   std::int64_t found = 0;
   std::int64_t wanted = 0;
@@ -41,6 +41,9 @@ struct InputFault {
 
 /// The fault of a file that could not be read, of the kind NONE if it could.
 InputFault faultOf(const ReadResult& result, const std::string& file);
+inline InputFault faultOf(const LineReader& reader) {
+  return faultOf(reader.getResult(), reader.getFileName());
+}
 
 /// A fault in one line of a file.
 InputFault faultInLine(InputFault::Kind kind, const std::string& file, const TextLine& line);

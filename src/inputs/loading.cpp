@@ -6,26 +6,21 @@ namespace {
 
 using Kind = InputFault::Kind;
 
-InputFault tooFewDataBits(const std::string& widFile, const WidthLine& line, int dataWidth,
-                          std::size_t numEbrs) {
-  InputFault fault = faultInLine(Kind::DATA_WIDTH_TOO_SMALL, widFile, {line.text, line.number});
-  fault.found = dataWidth;
-  fault.wanted = static_cast<std::int64_t>(numEbrs);
-  return fault;
+InputFault faultIn(Kind kind, const WidthLine& line) {
+  return faultInLine(kind, line.file, {line.text, line.number});
 }
 
 // Makes sense of a width file's lines.
-InputFault interpret(const std::string& widFile, const WidthLine& widthLine, MemoryInputs& inputs) {
-  const Kind widthFault = parseWidthLine(widthLine.text, inputs.widths);
-  if (widthFault != Kind::NONE) {
-    return faultInLine(widthFault, widFile, {widthLine.text, widthLine.number});
-  }
+InputFault interpret(const WidthLine& line, MemoryInputs& inputs) {
+  const Kind kind = parseWidthLine(line.text, inputs.widths);
+  if (kind != Kind::NONE) return faultIn(kind, line);
   removePrefixes(inputs.wids);
   const int dataWidth = inputs.widths.data;
-  if (dataWidth < 1 || static_cast<std::size_t>(dataWidth) < inputs.wids.size()) {
-    return tooFewDataBits(widFile, widthLine, dataWidth, inputs.wids.size());
-  }
-  return {};
+  if (dataWidth >= 1 && static_cast<std::size_t>(dataWidth) >= inputs.wids.size()) return {};
+  InputFault fault = faultIn(Kind::DATA_WIDTH_TOO_SMALL, line);
+  fault.found = dataWidth;
+  fault.wanted = static_cast<std::int64_t>(inputs.wids.size());
+  return fault;
 }
 
 }  // namespace
@@ -37,13 +32,13 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
 
   // A memory file that can't be opened or read is reported before a bad width line.
   LineReader memoryLines(names.mem, MEMORY_COMMENTS);
-  fault = faultOf(memoryLines.getResult(), names.mem);
+  fault = faultOf(memoryLines);
   if (fault.kind != Kind::NONE) return fault;
 
-  fault = interpret(names.wid, widthLine, inputs);
+  fault = interpret(widthLine, inputs);
   if (fault.kind != Kind::NONE) return fault;
   MemoryWords words(inputs.wids.size(), inputs.getBitsPerEbr());
-  fault = readMemoryFile(memoryLines, names.mem, words, inputs.summary);
+  fault = readMemoryFile(memoryLines, words, inputs.summary);
   if (fault.kind == Kind::NONE) inputs.words.emplace(std::move(words));
   return fault;
 }
@@ -51,7 +46,7 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
 InputFault loadWidths(const std::string& widFile, MemoryInputs& inputs) {
   WidthLine widthLine;
   const InputFault fault = readWidthFile(widFile, inputs.wids, widthLine);
-  return fault.kind == Kind::NONE ? interpret(widFile, widthLine, inputs) : fault;
+  return fault.kind == Kind::NONE ? interpret(widthLine, inputs) : fault;
 }
 
 InputFault loadBitstream(const std::string& fileName, Bitstream& bitstream,

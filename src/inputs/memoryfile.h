@@ -14,16 +14,16 @@ inline constexpr std::string_view MEMORY_COMMENTS = "#/";
 
 /// What was read of a memory file.
 struct MemoryFileSummary {
+  std::string file;              ///< its name
   std::uint64_t numWords = 0;    ///< a line of several whole rounds has as many, a misfit is one
   std::uint64_t numMisfits = 0;  ///< lines that aren't a multiple of MemoryWords::getRoundBits()
   std::uint64_t firstMisfitLine = 0;  ///< number of the first misfit in the file, from 1
   std::uint64_t firstMisfitBits = 0;  ///< its number of bits
 };
 
-/// Appends the words of a memory file to `words` and fills `summary`. `reader` has read the file
-/// under the name `fileName`, and its result is DONE: one that couldn't be read has no words here.
-InputFault readMemoryFile(LineReader& reader, const std::string& fileName, MemoryWords& words,
-                          MemoryFileSummary& summary);
+/// Appends the words of the memory file that `reader` has read to `words` and fills `summary`. The
+/// reader's result must be DONE: without it there are no lines, which is no fault here.
+InputFault readMemoryFile(LineReader& reader, MemoryWords& words, MemoryFileSummary& summary);
 
 /// Whether all lines of a memory file have the same number of bits.
 struct EqualLines {
@@ -35,7 +35,9 @@ struct EqualLines {
 
 /// The same for a memory file of which it isn't known yet how its words are dealt out: neither
 /// their bits nor the length of the columns is a fault.
-InputFault readEqualLines(LineReader& reader, const std::string& fileName, MemoryWords& words,
-                          EqualLines& lines);
+InputFault readEqualLines(LineReader& reader, MemoryWords& words, EqualLines& lines);
+
+/// A memory file as text: the words in lines of `lineBits` bits, which must divide theirs.
+std::string spellMemoryFile(const MemoryWords& words, std::uint64_t lineBits);
 
 #endif

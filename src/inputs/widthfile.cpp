@@ -10,19 +10,24 @@ int toInt(std::string_view number) {
   return static_cast<int>(std::strtol(std::string(number).c_str(), nullptr, 10));
 }
 
-InputFault otherLength(const std::string& fileName, std::uint64_t line, std::size_t wanted) {
-  InputFault fault = faultInLine(InputFault::Kind::OTHER_LENGTH, fileName, {"", line});
+InputFault otherLengthFault(const LineReader& reader, std::uint64_t line, std::size_t wanted) {
+  InputFault fault = faultInLine(InputFault::Kind::OTHER_LENGTH, reader.getFileName(), {"", line});
   fault.wanted = static_cast<std::int64_t>(wanted);
   return fault;
 }
 
 }  // namespace
 
+std::uint64_t Widths::addressedWords() const {
+  return address < 0 ? 0 : UINT64_C(1) << std::min(address, 63);
+}
+
 InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& wids,
                          WidthLine& last) {
   LineReader reader(fileName, "");
-  InputFault fault = faultOf(reader.getResult(), fileName);
+  InputFault fault = faultOf(reader);
   if (fault.kind != InputFault::Kind::NONE) return fault;
+  last.file = fileName;
   std::uint64_t firstOtherLength = 0;  // line number of the first wid that isn't like the first
   for (TextLine line; reader.next(line);) {
     // Only now that another line follows is the one before known to be a wid.
@@ -39,7 +44,7 @@ InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& 
   last.text = std::move(wids.back());
   wids.pop_back();
   if (wids.empty()) fault.kind = InputFault::Kind::NO_WID;
-  if (firstOtherLength != 0) return otherLength(fileName, firstOtherLength, wids.front().size());
+  if (firstOtherLength != 0) return otherLengthFault(reader, firstOtherLength, wids.front().size());
   return fault;
 }
 
@@ -71,4 +76,10 @@ void removePrefixes(std::vector<std::string>& wids) {
   for (std::string& wid : wids) {
     if (wid.find("0b") != std::string::npos) wid.erase(0, 2);
   }
+}
+
+std::string spellWidthFile(const std::vector<std::string>& wids, const Widths& widths) {
+  std::string text;
+  for (const std::string& wid : wids) text += "0b" + wid + "\n";
+  return text + "aw" + std::to_string(widths.address) + ";dw" + std::to_string(widths.data) + "\n";
 }

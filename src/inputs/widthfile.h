@@ -11,6 +11,7 @@
 
 /// The last line of a width file.
 struct WidthLine {
+  std::string file;  ///< the name of the width file
   std::string text;
   std::uint64_t number = 0;  ///< in the file, from 1
 };
@@ -19,6 +20,9 @@ struct WidthLine {
 struct Widths {
   int address = 0;
   int data = 0;
+
+  /// Memory words that the address reaches, 2^63 for an address of more bits.
+  std::uint64_t addressedWords() const;
 };
 
 /// Reads the wid lines and the width line; neither is interpreted. The wids then have equal
@@ -36,5 +40,8 @@ InputFault::Kind parseWidthLine(const std::string& line, Widths& widths);
 
 /// Removes the prefix "0b" from each wid.
 void removePrefixes(std::vector<std::string>& wids);
+
+/// A width file as text: a line for each wid, the prefix added, and the width line.
+std::string spellWidthFile(const std::vector<std::string>& wids, const Widths& widths);
 
 #endif

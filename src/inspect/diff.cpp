@@ -1,15 +1,13 @@
-#include "inspect/diff.h"
-
+// `diff`: in which EBRs two bitstreams differ.
 #include <algorithm>
 #include <bit>
 #include <cstring>
 
-#include "console/lines.h"
+#include "companion/json.h"
 #include "ebr/search.h"
-#include "inspect/json.h"
-#include "inspect/opening.h"
-#include "inspect/output.h"
-#include "inspect/texts.h"
+#include "inspect/sections.h"
+#include "inspect/subcommands.h"
+#include "reports/text.h"
 
 namespace {
 
@@ -52,7 +50,7 @@ BitDifferences compareBits(const Bitstream& a, const Bitstream& b, std::uint64_t
 // An EBR that differs.
 struct ChangedEbr {
   std::size_t section = 0;
-  std::uint64_t bitIndex = 0;  // of its address opcode
+  std::uint64_t opcodeIndex = 0;  // bit index
   std::uint64_t payloadBits = 0;
   bool isCrcChanged = false;
 };
@@ -81,7 +79,7 @@ Differences compareStreams(const SectionTable& table, const Bitstream& changed) 
         compareBits(old, changed, command.payloadIndex, command.crcIndex()).count;
     const bool isCrcChanged = compareBits(old, changed, command.crcIndex(), crcEnd).count != 0;
     if (payloadBits == 0 && !isCrcChanged) continue;
-    found.changed.push_back({i, command.index, payloadBits, isCrcChanged});
+    found.changed.push_back({i, command.opcodeIndex, payloadBits, isCrcChanged});
   }
   found.outside.add(compareBits(old, changed, compared, old.getNumBits()));
   return found;
@@ -90,7 +88,7 @@ Differences compareStreams(const SectionTable& table, const Bitstream& changed) 
 void printText(const SectionTable& table, const Differences& differences, StandardOutput& output) {
   for (const ChangedEbr& ebr : differences.changed) {
     std::string line = "EBR " + table.getIdentifier(ebr.section) + " at bit ";
-    line += to_string(ebr.bitIndex) + ": " + countOf(ebr.payloadBits, "payload bit");
+    line += to_string(ebr.opcodeIndex) + ": " + countOf(ebr.payloadBits, "payload bit");
     line += ebr.isCrcChanged ? " and the CRC differ\n"
                              : std::string(differFor(ebr.payloadBits)) + ", the CRC doesn't\n";
     output.write(line);
@@ -110,7 +108,7 @@ void printJson(const SectionTable& table, const Differences& differences, Standa
   object.beginList("sections");
   for (const ChangedEbr& ebr : differences.changed) {
     object.addElement({{"identifier", table.getIdentifier(ebr.section)},
-                       {"bit", ebr.bitIndex},
+                       {"bit", ebr.opcodeIndex},
                        {"payloadBits", ebr.payloadBits},
                        {"crc", ebr.isCrcChanged}});
   }
@@ -120,8 +118,8 @@ void printJson(const SectionTable& table, const Differences& differences, Standa
   object.end();
 }
 
-ExitStatus printSizes(std::uint64_t oldBytes, std::uint64_t newBytes, bool isJson) {
-  StandardOutput output;
+void printSizes(std::uint64_t oldBytes, std::uint64_t newBytes, bool isJson,
+                StandardOutput& output) {
   if (isJson) {
     JsonObject object(output);
     object.add("same", false);
@@ -131,33 +129,42 @@ ExitStatus printSizes(std::uint64_t oldBytes, std::uint64_t newBytes, bool isJso
     output.write("the sizes differ: " + to_string(oldBytes) + " and " + countOf(newBytes, "byte") +
                  "\n");
   }
-  return output.finish(ExitStatus::NO);
 }
+
+struct Diff {
+  std::string oldFile, newFile;
+  std::uint64_t identifierBits = 0;
+  bool isJson = false;
+
+  void addTo(CLI::App& app) {
+    addIdentifierBits(app, identifierBits);
+    addJson(app, isJson);
+    addFile(app, "OLD.bit", "A bitstream", oldFile);
+    addFile(app, "NEW.bit", "Another one", newFile);
+  }
+
+  ExitStatus run() const {
+    OpenStream old, changed;
+    if (!openStream(oldFile, old) || !openStream(newFile, changed)) return ExitStatus::FAILED;
+    const std::uint64_t oldBytes = old.bitstream.getNumBytes();
+    const std::uint64_t newBytes = changed.bitstream.getNumBytes();
+    StandardOutput output;
+    if (oldBytes != newBytes) {
+      if (old.identity == changed.identity) {
+        return refuse(oldFile + " and " + newFile +
+                      " are the same pipe, which can't be read twice");
+      }
+      printSizes(oldBytes, newBytes, isJson, output);
+      return output.finish(ExitStatus::NO);
+    }
+    const std::optional<SectionTable> table = findSections(old, identifierBits);
+    if (!table) return ExitStatus::FAILED;
+    const Differences differences = compareStreams(*table, changed.bitstream);
+    isJson ? printJson(*table, differences, output) : printText(*table, differences, output);
+    return output.finish(differences.isNone() ? ExitStatus::FINE : ExitStatus::NO);
+  }
+};
 
 }  // namespace
 
-ExitStatus runDiff(const CommandLine& commandLine) {
-  OpenStream old, changed;
-  if (!openStream(commandLine.bitFile, old) || !openStream(commandLine.newBitFile, changed)) {
-    return ExitStatus::FAILED;
-  }
-  const std::uint64_t oldBytes = old.bitstream.getNumBytes();
-  const std::uint64_t newBytes = changed.bitstream.getNumBytes();
-  if (old.identity == changed.identity && oldBytes != newBytes) {
-    printDiagnostic("ERROR: ", commandLine.bitFile, " and ", commandLine.newBitFile,
-                    " are the same pipe, which can't be read twice");
-    return ExitStatus::FAILED;
-  }
-  if (oldBytes != newBytes) return printSizes(oldBytes, newBytes, commandLine.isJson);
-  const std::optional<SectionTable> table =
-      findSections(old.bitstream, commandLine.bitFile, commandLine.identifierBits);
-  if (!table) return ExitStatus::FAILED;
-  const Differences differences = compareStreams(*table, changed.bitstream);
-  StandardOutput output;
-  if (commandLine.isJson) {
-    printJson(*table, differences, output);
-  } else {
-    printText(*table, differences, output);
-  }
-  return output.finish(differences.isNone() ? ExitStatus::FINE : ExitStatus::NO);
-}
+const Command DIFF = {"diff", "Show in which EBRs two bitstreams differ", prepare<Diff>};

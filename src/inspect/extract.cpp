@@ -1,17 +1,18 @@
-#include "inspect/extract.h"
-
+// `extract`: the memory file whose graft gives the contents that a bitstream has.
 #include <algorithm>
 #include <numeric>
 
+#include "companion/opening.h"
+#include "companion/options.h"
+#include "companion/output.h"
 #include "console/lines.h"
 #include "ebr/columns.h"
-#include "ebr/edit.h"
+#include "ebr/graft.h"
 #include "inputs/loading.h"
-#include "inspect/contents.h"
-#include "inspect/lookup.h"
-#include "inspect/opening.h"
-#include "inspect/output.h"
-#include "inspect/texts.h"
+#include "inspect/subcommands.h"
+#include "reports/ebrs.h"
+#include "reports/text.h"
+#include "survey/contents.h"
 
 namespace {
 
@@ -27,32 +28,13 @@ struct MemoryShape {
   std::uint64_t wholeLines(std::uint64_t words) const { return words / lineWords(); }
 };
 
-// Finds the listed EBRs. False when one can't be used, which is said on standard error.
-bool findListed(const Bitstream& bitstream, const std::vector<std::string>& wids,
-                std::vector<EbrCommand>& commands) {
-  SectionChain chain(bitstream, wids);
-  for (const std::string& wid : wids) {
-    const Lookup lookup = findEbr(bitstream, chain, wid);
-    if (!lookup.isUsable()) {
-      printDiagnostic("ERROR: ", wordsOf(lookup, wid));
-      return false;
-    }
-    commands.push_back(lookup.command);
-  }
-  return true;
-}
-
 MemoryShape shapeOf(const MemoryInputs& inputs, const std::vector<EbrCommand>& commands) {
   MemoryShape shape{inputs.wids.size(), inputs.getBitsPerEbr()};
   const auto smallest = std::min_element(
       commands.begin(), commands.end(),
       [](const EbrCommand& a, const EbrCommand& b) { return a.frameCount < b.frameCount; });
-  shape.wordsHeld = writtenWords(smallest->frameCount, 0) * 8 / shape.bitsPerEbr;
+  shape.wordsHeld = writableWords(smallest->frameCount, 0) * 8 / shape.bitsPerEbr;
   return shape;
-}
-
-std::uint64_t addressedWords(int addressWidth) {
-  return addressWidth < 0 ? 0 : UINT64_C(1) << std::min(addressWidth, 63);
 }
 
 // What the memory file can't say about one EBR, whose column ends before bit `columnBits` of the
@@ -87,37 +69,40 @@ MemoryWords readWords(const Bitstream& bitstream, const std::vector<std::string>
   return words;
 }
 
-std::string spell(const MemoryWords& words, std::uint64_t lineBits, std::uint64_t numLines) {
-  std::string text;
-  text.reserve(numLines * (lineBits / 4 + 1));
-  for (std::uint64_t line = 0; line < numLines; ++line) {
-    words.appendDigits(line * lineBits, (line + 1) * lineBits, text);
-    text += '\n';
+struct Extract {
+  std::string bitFile, widFile;
+  std::optional<std::string> outputFile;
+  std::uint64_t words = 0;  // 0 if the address width says how many
+
+  void addTo(CLI::App& app) {
+    addNumber(app, "--words", "Memory words to take; otherwise all that the address width says",
+              UINT32_MAX, words);
+    addOutput(app, "FILE.mem", outputFile);
+    addFile(app, "FILE.bit", "The bitstream", bitFile);
+    addFile(app, "FILE.wid", "The EBRs that make up the memory", widFile);
   }
-  return text;
-}
+
+  ExitStatus run() const {
+    MemoryInputs inputs;
+    OpenStream stream;
+    if (!reportFault(loadWidths(widFile, inputs)) || !openStream(bitFile, stream)) {
+      return ExitStatus::FAILED;
+    }
+    std::vector<EbrCommand> commands;
+    const std::optional<Lookup> failed = findEbrs(stream.bitstream, inputs.wids, commands);
+    if (failed) return refuse(textOf(*failed));
+    const MemoryShape shape = shapeOf(inputs, commands);
+    if (words > shape.wordsHeld) {
+      return refuse("--words: the EBRs hold only " + countOf(shape.wordsHeld, "word"));
+    }
+    const std::uint64_t wanted =
+        words != 0 ? words : std::min(inputs.widths.addressedWords(), shape.wordsHeld);
+    const MemoryWords contents =
+        readWords(stream.bitstream, inputs.wids, commands, shape, shape.wholeLines(wanted));
+    return putResult(outputFile, spellMemoryFile(contents, shape.lineBits()), stream.identity);
+  }
+};
 
 }  // namespace
 
-ExitStatus runExtract(const CommandLine& commandLine) {
-  MemoryInputs inputs;
-  OpenStream stream;
-  std::vector<EbrCommand> commands;
-  if (!isReadable(loadWidths(commandLine.widFile, inputs)) ||
-      !openStream(commandLine.bitFile, stream) ||
-      !findListed(stream.bitstream, inputs.wids, commands)) {
-    return ExitStatus::FAILED;
-  }
-  const MemoryShape shape = shapeOf(inputs, commands);
-  if (commandLine.words > shape.wordsHeld) {
-    printDiagnostic("ERROR: --words: the EBRs hold only ", countOf(shape.wordsHeld, "word"));
-    return ExitStatus::FAILED;
-  }
-  const std::uint64_t wanted =
-      commandLine.words != 0 ? commandLine.words
-                             : std::min(addressedWords(inputs.widths.address), shape.wordsHeld);
-  const std::uint64_t numLines = shape.wholeLines(wanted);
-  const MemoryWords words = readWords(stream.bitstream, inputs.wids, commands, shape, numLines);
-  return putResult(commandLine.outputFile, spell(words, shape.lineBits(), numLines),
-                   stream.identity);
-}
+const Command EXTRACT = {"extract", "Take the contents of a memory out", prepare<Extract>};

@@ -1,50 +1,33 @@
 #include "inspect/inspect.h"
 
-#include <new>
+#include <CLI/CLI.hpp>
 
-#include "console/lines.h"
-#include "files/descriptor.h"
-#include "inspect/commandline.h"
-#include "inspect/diff.h"
-#include "inspect/extract.h"
-#include "inspect/list.h"
-#include "inspect/locate.h"
-#include "inspect/output.h"
-#include "inspect/verify.h"
+#include "inspect/subcommands.h"
 
 namespace {
 
-ExitStatus run(const Request& request) {
-  switch (request.kind) {
-    case Request::Kind::LIST:
-      return runList(request.commandLine);
-    case Request::Kind::EXTRACT:
-      return runExtract(request.commandLine);
-    case Request::Kind::VERIFY:
-      return runVerify(request.commandLine);
-    case Request::Kind::DIFF:
-      return runDiff(request.commandLine);
-    case Request::Kind::LOCATE:
-      return runLocate(request.commandLine);
-    case Request::Kind::HELP:
-      return putResult(std::nullopt, request.text, {});
-    case Request::Kind::FAULT:
-      break;
+// In the order of the help.
+const Command* const SUBCOMMANDS[] = {&LIST, &EXTRACT, &VERIFY, &DIFF, &LOCATE};
+
+Action addSubcommands(CLI::App& app) {
+  app.require_subcommand(1);
+  const auto chosen = std::make_shared<Action>();
+  for (const Command* const each : SUBCOMMANDS) {
+    CLI::App& subcommand = *app.add_subcommand(each->name, each->help);
+    subcommand.callback([chosen, action = each->prepare(subcommand)] { *chosen = action; });
   }
-  printDiagnostic("ERROR: ", request.text, "; ramgraft-inspect --help explains");
-  return ExitStatus::FAILED;
+  return [chosen] { return (*chosen)(); };
 }
 
 }  // namespace
 
 int runInspect(int argc, const char* const argv[]) {
-  prepareStandardDescriptors();
-  try {
-    return static_cast<int>(run(parseCommandLine(argc, argv)));
-    // GCOVR_EXCL_START: a limit on memory would do it, but leaves no room for the counts.
-  } catch (const std::bad_alloc&) {
-    printDiagnostic("ERROR: out of memory");
-    return static_cast<int>(ExitStatus::FAILED);
-  }
-  // GCOVR_EXCL_STOP
+  constexpr Command INSPECT = {
+      "ramgraft-inspect",
+      "See what a bitstream contains, take contents out, verify, compare, locate them.",
+      addSubcommands};
+  return runCompanion(INSPECT,
+                      "Exit status: 0 listed, extracted, the same or located; 1 differs or not "
+                      "located; 2 could not be done.",
+                      argc, argv);
 }

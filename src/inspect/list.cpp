@@ -1,13 +1,13 @@
-#include "inspect/list.h"
-
+// `list`: the EBRs that a bitstream contains.
 #include <algorithm>
 #include <array>
 
-#include "inspect/contents.h"
-#include "inspect/json.h"
-#include "inspect/opening.h"
-#include "inspect/output.h"
-#include "inspect/texts.h"
+#include "companion/json.h"
+#include "inspect/sections.h"
+#include "inspect/subcommands.h"
+#include "reports/ebrs.h"
+#include "reports/text.h"
+#include "survey/contents.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ struct ListedEbr {
   bool isHidden = false;
 };
 
-// Calls `show` with each section that has a data section, or `showOther` with each that has none.
+// Calls `show` with each section that has a data section.
 template <typename Show>
 void forEachEbr(const SectionTable& table, const Show& show) {
   std::vector<unsigned char> contents;
@@ -40,6 +40,7 @@ void forEachEbr(const SectionTable& table, const Show& show) {
   }
 }
 
+// Calls `show` with the identifier and the command of each section that has no data section.
 template <typename Show>
 void forEachOther(const SectionTable& table, const Show& show) {
   for (std::size_t i = 0; i < table.size(); ++i) {
@@ -64,10 +65,10 @@ std::string byteAndBit(std::uint64_t bitIndex) {
   return to_string(bitIndex / 8) + "." + to_string(bitIndex % 8);
 }
 
-// The columns of both tables.
-class Columns {
+// How wide the columns of both tables are.
+class TableLayout {
  public:
-  explicit Columns(const SectionTable& table)
+  explicit TableLayout(const SectionTable& table)
       : identifierWidth(std::max<std::size_t>(table.getIdentifierBits(), 10)),
         bitWidth(std::max<std::size_t>(to_string(table.getBitstream().getNumBits()).size(), 8)) {}
 
@@ -130,40 +131,41 @@ std::string remarksOn(const ListedEbr& ebr) {
   return text;
 }
 
-void printEbrs(const SectionTable& table, const Columns& columns, StandardOutput& output) {
-  output.write(columns.line("identifier", "bit", "byte.bit", {"frames", "bytes", "used"}, "CRC"));
+void printEbrs(const SectionTable& table, const TableLayout& layout, StandardOutput& output) {
+  output.write(layout.line("identifier", "bit", "byte.bit", {"frames", "bytes", "used"}, "CRC"));
   Totals totals;
   forEachEbr(table, [&](const ListedEbr& ebr) {
     totals.add(ebr);
-    const std::uint64_t bit = ebr.command.index;
-    output.write(columns.line(ebr.identifier, to_string(bit), byteAndBit(bit),
-                              {to_string(ebr.command.frameCount),
-                               to_string(contentsBytes(ebr.command)), to_string(ebr.used)},
-                              remarksOn(ebr)));
+    const std::uint64_t bit = ebr.command.opcodeIndex;
+    output.write(layout.line(ebr.identifier, to_string(bit), byteAndBit(bit),
+                             {to_string(ebr.command.frameCount),
+                              to_string(contentsBytes(ebr.command)), to_string(ebr.used)},
+                             remarksOn(ebr)));
   });
   output.write(
-      columns.line(countOf(totals.ebrs, "EBR"), "", "",
-                   {to_string(totals.frames), to_string(totals.bytes), to_string(totals.used)},
-                   totals.summary()));
+      layout.line(countOf(totals.ebrs, "EBR"), "", "",
+                  {to_string(totals.frames), to_string(totals.bytes), to_string(totals.used)},
+                  totals.summary()));
 }
 
-void printOthers(const SectionTable& table, const Columns& columns, StandardOutput& output) {
+void printOthers(const SectionTable& table, const TableLayout& layout, StandardOutput& output) {
   bool isFirst = true;
   forEachOther(table, [&](const std::string& identifier, const EbrCommand& command) {
     if (isFirst) {
       output.write("\nSections without contents, data that looks like an address:\n");
-      output.write(columns.shortLine("identifier", "bit", "byte.bit", "reason"));
+      output.write(layout.shortLine("identifier", "bit", "byte.bit", "reason"));
     }
     isFirst = false;
-    output.write(columns.shortLine(identifier, to_string(command.index), byteAndBit(command.index),
-                                   std::string(wordsOf(command.fault))));
+    output.write(layout.shortLine(identifier, to_string(command.opcodeIndex),
+                                  byteAndBit(command.opcodeIndex),
+                                  std::string(textOf(command.fault))));
   });
 }
 
 void printText(const SectionTable& table, StandardOutput& output) {
-  const Columns columns(table);
-  printEbrs(table, columns, output);
-  printOthers(table, columns, output);
+  const TableLayout layout(table);
+  printEbrs(table, layout, output);
+  printOthers(table, layout, output);
 }
 
 // ---- As JSON ----
@@ -172,7 +174,7 @@ Json toJson(const ListedEbr& ebr) {
   const CrcCheck& crc = ebr.facts.crc;
   // GCOVR_EXCL_START: of one statement, gcov takes some lines for untouched.
   return {{"identifier", ebr.identifier},
-          {"bit", ebr.command.index},
+          {"bit", ebr.command.opcodeIndex},
           {"frames", ebr.command.frameCount},
           {"bytes", contentsBytes(ebr.command)},
           {"used", ebr.used},
@@ -195,27 +197,37 @@ void printJson(const SectionTable& table, const std::string& fileName, StandardO
   object.beginList("others");
   forEachOther(table, [&](const std::string& identifier, const EbrCommand& command) {
     // GCOVR_EXCL_START: as above.
-    object.addElement(
-        {{"identifier", identifier}, {"bit", command.index}, {"reason", wordsOf(command.fault)}});
+    object.addElement({{"identifier", identifier},
+                       {"bit", command.opcodeIndex},
+                       {"reason", textOf(command.fault)}});
     // GCOVR_EXCL_STOP
   });
   object.endList();
   object.end();
 }
 
+struct List {
+  std::string bitFile;
+  std::uint64_t identifierBits = 0;
+  bool isJson = false;
+
+  void addTo(CLI::App& app) {
+    addIdentifierBits(app, identifierBits);
+    addJson(app, isJson);
+    addFile(app, "FILE.bit", "The bitstream", bitFile);
+  }
+
+  ExitStatus run() const {
+    OpenStream stream;
+    if (!openStream(bitFile, stream)) return ExitStatus::FAILED;
+    const std::optional<SectionTable> table = findSections(stream, identifierBits);
+    if (!table) return ExitStatus::FAILED;
+    StandardOutput output;
+    isJson ? printJson(*table, bitFile, output) : printText(*table, output);
+    return output.finish(ExitStatus::FINE);
+  }
+};
+
 }  // namespace
 
-ExitStatus runList(const CommandLine& commandLine) {
-  OpenStream stream;
-  if (!openStream(commandLine.bitFile, stream)) return ExitStatus::FAILED;
-  const std::optional<SectionTable> table =
-      findSections(stream.bitstream, commandLine.bitFile, commandLine.identifierBits);
-  if (!table) return ExitStatus::FAILED;
-  StandardOutput output;
-  if (commandLine.isJson) {
-    printJson(*table, commandLine.bitFile, output);
-  } else {
-    printText(*table, output);
-  }
-  return output.finish(ExitStatus::FINE);
-}
+const Command LIST = {"list", "Show the EBRs that a bitstream contains", prepare<List>};

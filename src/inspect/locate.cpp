@@ -1,21 +1,20 @@
-#include "inspect/locate.h"
-
+// `locate`: the width file of a memory whose contents are known.
 #include <algorithm>
+#include <climits>
 
+#include "companion/output.h"
 #include "console/lines.h"
-#include "files/read.h"
 #include "inputs/memoryfile.h"
-#include "inspect/matching.h"
-#include "inspect/opening.h"
-#include "inspect/output.h"
-#include "inspect/texts.h"
+#include "inputs/widthfile.h"
+#include "inspect/sections.h"
+#include "inspect/subcommands.h"
+#include "reports/position.h"
+#include "reports/text.h"
+#include "survey/fitting.h"
 
 namespace {
 
 using std::to_string;
-
-// No device has as many EBRs. Spares time and memory for lines of millions of digits.
-constexpr std::uint64_t MOST_EBRS = 65536;
 
 // The known contents.
 struct KnownWords {
@@ -27,9 +26,9 @@ struct KnownWords {
 
 // Why a memory file can't be used; empty if it can.
 std::string faultIn(const EqualLines& lines, const std::string& fileName, std::uint64_t dataWidth) {
-  if (lines.numLines == 0) return fileName + ": holds no memory words";
+  if (lines.numLines == 0) return positionText(fileName) + "holds no memory words";
   if (lines.firstOther != 0) {
-    return fileName + ", line " + to_string(lines.firstOther) + ": " + to_string(lines.otherBits) +
+    return positionText(fileName, lines.firstOther) + to_string(lines.otherBits) +
            " bits, the first word's line has " + to_string(lines.bits);
   }
   if (lines.bits % dataWidth != 0) {
@@ -39,83 +38,17 @@ std::string faultIn(const EqualLines& lines, const std::string& fileName, std::u
   return "";
 }
 
-// False if the words can't be used, which is said on standard error. Without a data width in the
-// command line a word is a line.
-bool loadWords(const CommandLine& commandLine, KnownWords& known) {
-  const std::string& fileName = commandLine.memFile;
+// False if the words can't be used, which is reported. Without a data width a word is a line.
+bool loadWords(const std::string& fileName, KnownWords& known) {
   LineReader reader(fileName, MEMORY_COMMENTS);
   EqualLines lines;
-  if (!isReadable(faultOf(reader.getResult(), fileName)) ||
-      !isReadable(readEqualLines(reader, fileName, known.words, lines))) {
+  if (!reportFault(faultOf(reader)) || !reportFault(readEqualLines(reader, known.words, lines))) {
     return false;
   }
-  known.dataWidth = commandLine.dataWidth != 0 ? commandLine.dataWidth : lines.bits;
+  if (known.dataWidth == 0) known.dataWidth = lines.bits;
   const std::string fault = faultIn(lines, fileName, known.dataWidth);
-  if (!fault.empty()) printDiagnostic("ERROR: ", fault);
+  if (!fault.empty()) refuse(fault);
   return fault.empty();
-}
-
-// The EBRs that a run can get to.
-struct ReachableEbrs {
-  std::vector<EbrCommand> commands;
-  std::vector<std::string> identifiers;
-};
-
-ReachableEbrs findReachable(const SectionTable& table) {
-  ReachableEbrs found;
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    const EbrCommand command = table.getCommand(i);
-    if (command.fault != CommandFault::NONE || table.isHidden(i)) continue;
-    found.commands.push_back(command);
-    found.identifiers.push_back(table.getIdentifier(i));
-  }
-  return found;
-}
-
-// One way of dealing out the words, and where the columns were found.
-struct Fit {
-  std::uint64_t bitsPerEbr = 0;
-  std::uint64_t numColumns = 0;
-  std::uint64_t numFound = 0;
-  std::vector<ColumnMatch> matches;
-
-  bool isWhole() const { return numFound == numColumns; }
-  bool isUnique() const {
-    return isWhole() && std::ranges::all_of(matches, &ColumnMatch::isUnique);
-  }
-};
-
-// The ways in which every column was found, and of the others the best.
-struct Fits {
-  std::vector<Fit> unique, ambiguous;
-  Fit best;
-
-  void add(Fit fit) {
-    if (fit.isUnique()) {
-      unique.push_back(std::move(fit));
-    } else if (fit.isWhole()) {
-      ambiguous.push_back(std::move(fit));
-    } else if (best.numColumns == 0 ||
-               fit.numFound * best.numColumns > best.numFound * fit.numColumns) {
-      best = std::move(fit);
-    }
-  }
-};
-
-// Tries every number of EBRs that divides the data width.
-Fits findFits(const Bitstream& bitstream, const ReachableEbrs& ebrs, KnownWords& known) {
-  Fits fits;
-  for (std::uint64_t count = 1; count <= std::min(known.dataWidth, MOST_EBRS); ++count) {
-    if (known.dataWidth % count != 0) continue;
-    Fit fit;
-    fit.bitsPerEbr = known.dataWidth / count;
-    fit.numColumns = count;
-    known.words.deal(count, fit.bitsPerEbr);
-    fit.matches = matchColumns(bitstream, ebrs.commands, known.words);
-    for (const ColumnMatch& match : fit.matches) fit.numFound += match.columns.size();
-    fits.add(std::move(fit));
-  }
-  return fits;
 }
 
 // The first few of the items as text.
@@ -162,33 +95,48 @@ void explain(const Fits& fits, const ReachableEbrs& ebrs) {
   }
 }
 
-std::string spellWidthFile(const Fit& fit, const ReachableEbrs& ebrs, const KnownWords& known) {
-  std::vector<std::size_t> ebrOf(fit.numColumns);
-  for (const ColumnMatch& match : fit.matches) ebrOf[match.columns.front()] = match.ebrs.front();
-  std::string text;
-  for (const std::size_t ebr : ebrOf) text += "0b" + ebrs.identifiers[ebr] + "\n";
-  unsigned addressWidth = 1;
-  while (addressWidth < 63 && UINT64_C(1) << addressWidth < known.count()) ++addressWidth;
-  return text + "aw" + to_string(addressWidth) + ";dw" + to_string(known.dataWidth) + "\n";
+// The smallest address that reaches so many words.
+int addressWidthFor(std::uint64_t numWords) {
+  int width = 1;
+  while (width < 63 && UINT64_C(1) << width < numWords) ++width;
+  return width;
 }
+
+struct Locate {
+  std::string bitFile, memFile;
+  std::optional<std::string> outputFile;
+  std::uint64_t identifierBits = 0;
+  std::uint64_t dataWidth = 0;  // 0 if a word is a line
+
+  void addTo(CLI::App& app) {
+    addIdentifierBits(app, identifierBits);
+    addNumber(app, "--data-width", "Bits of a memory word; otherwise those of a line", INT_MAX,
+              dataWidth);
+    addOutput(app, "FILE.wid", outputFile);
+    addFile(app, "FILE.bit", "The bitstream", bitFile);
+    addFile(app, "FILE.mem", "Contents that are different everywhere", memFile);
+  }
+
+  ExitStatus run() const {
+    KnownWords known;
+    known.dataWidth = dataWidth;
+    OpenStream stream;
+    if (!loadWords(memFile, known) || !openStream(bitFile, stream)) return ExitStatus::FAILED;
+    const std::optional<SectionTable> table = findSections(stream, identifierBits);
+    if (!table) return ExitStatus::FAILED;
+    const ReachableEbrs ebrs = findReachable(*table);
+    const Fits fits = findFits(stream.bitstream, ebrs, known.words, known.dataWidth);
+    if (fits.unique.size() != 1) {
+      explain(fits, ebrs);
+      return ExitStatus::NO;
+    }
+    const Widths widths = {addressWidthFor(known.count()), static_cast<int>(known.dataWidth)};
+    return putResult(outputFile, spellWidthFile(fits.unique.front().identifiersIn(ebrs), widths),
+                     stream.identity);
+  }
+};
 
 }  // namespace
 
-ExitStatus runLocate(const CommandLine& commandLine) {
-  KnownWords known;
-  OpenStream stream;
-  if (!loadWords(commandLine, known) || !openStream(commandLine.bitFile, stream)) {
-    return ExitStatus::FAILED;
-  }
-  const std::optional<SectionTable> table =
-      findSections(stream.bitstream, commandLine.bitFile, commandLine.identifierBits);
-  if (!table) return ExitStatus::FAILED;
-  const ReachableEbrs ebrs = findReachable(*table);
-  const Fits fits = findFits(stream.bitstream, ebrs, known);
-  if (fits.unique.size() != 1) {
-    explain(fits, ebrs);
-    return ExitStatus::NO;
-  }
-  return putResult(commandLine.outputFile, spellWidthFile(fits.unique.front(), ebrs, known),
-                   stream.identity);
-}
+const Command LOCATE = {"locate", "Find the EBRs that hold known contents: write the .wid",
+                        prepare<Locate>};

@@ -1,45 +1,42 @@
 #include "inspect/sections.h"
 
-#include <algorithm>
-#include <utility>
-
+#include "companion/status.h"
+#include "console/lines.h"
 #include "ebr/chain.h"
-#include "ebr/section.h"
+#include "reports/position.h"
+#include "reports/text.h"
+#include "survey/width.h"
 
 namespace {
 
-// Marks all but the first of the sections with the same identifier. Sorts, because identifiers
-// chosen to collide in a known hash would make a table of them slow.
-std::vector<bool> findHidden(const Bitstream& bitstream, const std::vector<std::uint64_t>& chain,
-                             std::uint64_t identifierBits) {
-  std::vector<std::pair<std::uint64_t, std::size_t>> identifiers;  // and the section's number
-  for (std::size_t i = 0; i < chain.size(); ++i) {
-    if (!hasIdentifier(bitstream, chain[i], identifierBits)) continue;
-    const std::uint64_t window = bitstream.getWindow(identifierIndexOf(bitstream, chain[i]));
-    identifiers.emplace_back(window >> (64 - identifierBits), i);
-  }
-  std::sort(identifiers.begin(), identifiers.end());
-  std::vector<bool> hidden(chain.size());
-  for (std::size_t i = 1; i < identifiers.size(); ++i) {
-    if (identifiers[i].first == identifiers[i - 1].first) hidden[identifiers[i].second] = true;
-  }
-  return hidden;
+constexpr std::uint64_t MOST_IDENTIFIER_BITS = 64;
+
+std::optional<SectionTable> refuseOverlap(SectionTable table, const OpenStream& stream) {
+  if (!table.overlapsTooMuch()) return table;
+  refuse(positionText(stream.name) + "the contents of its EBRs overlap too often");
+  return std::nullopt;
 }
 
 }  // namespace
 
-SectionTable::SectionTable(const Bitstream& stream, const std::vector<std::uint64_t>& allSections,
-                           std::uint64_t bits)
-    : bitstream(stream),
-      identifierBits(bits),
-      chain(selectChain(stream, allSections, bits)),
-      hidden(findHidden(stream, chain, bits)) {}
-
-EbrCommand SectionTable::getCommand(std::size_t section) const {
-  return readEbrCommand(bitstream, chain[section], identifierBits);
+void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits) {
+  addNumber(app, "--id-bits", "Bits of an identifier (1 to 64); otherwise they are found",
+            MOST_IDENTIFIER_BITS, identifierBits);
 }
 
-std::string SectionTable::getIdentifier(std::size_t section) const {
-  const EbrCommand command = getCommand(section);
-  return identifierOf(bitstream, command.index, command.identifierBits);
+std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits) {
+  const std::vector<std::uint64_t> allSections = findAllSections(stream.bitstream);
+  if (identifierBits == 0) {
+    const WidthFinding found = findIdentifierBits(stream.bitstream, allSections);
+    if (found.numEbrs == 0) {
+      refuse(positionText(stream.name) +
+             "no EBR contents found, whatever the width of the identifiers");
+      return std::nullopt;
+    }
+    identifierBits = found.identifierBits;
+    printDiagnostic("NOTE: ", positionText(stream.name), "taking identifiers of ",
+                    countOf(identifierBits, "bit"), ", which give the most EBRs (",
+                    std::to_string(found.numEbrs), "); --id-bits N says otherwise");
+  }
+  return refuseOverlap(SectionTable(stream.bitstream, allSections, identifierBits), stream);
 }

@@ -1,37 +1,20 @@
-// SectionTable: the sections of a bitstream, with identifiers of a given width.
+// Finding the sections of a bitstream for a subcommand.
 #ifndef RAMGRAFT_INSPECT_SECTIONS_H
 #define RAMGRAFT_INSPECT_SECTIONS_H
 
 #include <cstdint>
-#include <string>
-#include <vector>
+#include <optional>
 
-#include "base/ramgraftbstream.h"
-#include "ebr/command.h"
+#include "companion/opening.h"
+#include "companion/options.h"
+#include "survey/sections.h"
 
-/// The chain of a stream, which must outlive the table and not change. Sections are numbered from 0
-/// in stream order.
-class SectionTable {
- public:
-  /// `allSections` is what findAllSections() gives; identifiers have 1 to 64 bits.
-  SectionTable(const Bitstream& stream, const std::vector<std::uint64_t>& allSections,
-               std::uint64_t identifierBits);
+/// Adds the option --id-bits; the number stays 0 if it isn't given.
+void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits);
 
-  const Bitstream& getBitstream() const { return bitstream; }
-  std::uint64_t getIdentifierBits() const { return identifierBits; }
-  std::size_t size() const { return chain.size(); }
-  /// What the stream contains there.
-  EbrCommand getCommand(std::size_t section) const;
-  /// The identifier as digits; empty if the stream ends before it does.
-  std::string getIdentifier(std::size_t section) const;
-  /// True if the identifier came up before: a run would never get to this section.
-  bool isHidden(std::size_t section) const { return hidden[section]; }
-
- private:
-  const Bitstream& bitstream;
-  std::uint64_t identifierBits;
-  std::vector<std::uint64_t> chain;
-  std::vector<bool> hidden;
-};
+/// The sections of the stream. If `identifierBits` is 0 the width is found, and noted on standard
+/// error. Nothing, with the reason on standard error, if no width gives an EBR, or if reading the
+/// contents of all of them would take minutes.
+std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits);
 
 #endif

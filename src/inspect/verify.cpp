@@ -1,14 +1,17 @@
-#include "inspect/verify.h"
-
+// `verify`: whether a bitstream contains what a run would write into it.
 #include <algorithm>
+#include <utility>
 
+#include "base/hexwords.h"
+#include "companion/json.h"
+#include "companion/opening.h"
+#include "companion/options.h"
 #include "console/lines.h"
-#include "inspect/comparison.h"
-#include "inspect/json.h"
-#include "inspect/opening.h"
-#include "inspect/output.h"
-#include "inspect/rehearsal.h"
-#include "inspect/texts.h"
+#include "inspect/subcommands.h"
+#include "reports/ebrs.h"
+#include "reports/text.h"
+#include "survey/comparison.h"
+#include "survey/rehearsal.h"
 
 namespace {
 
@@ -16,7 +19,7 @@ using std::to_string;
 
 // What was found, for printing.
 struct Verification {
-  std::string fault;  // why a run would fail; empty if it would succeed
+  std::optional<Lookup> failed;  // the EBR at which a run would fail, if it would
   bool isSame = true;
   Comparison comparison;
 
@@ -39,8 +42,8 @@ struct Verification {
   }
 };
 
-// When no EBR differs, a run would change nothing. Otherwise it almost always would, and the
-// rehearsal, which spoils the stream, knows for sure.
+// When no EBR differs, a run would change nothing. Otherwise it almost always would change
+// something; only the rehearsal, which overwrites contents in the stream, shows whether.
 Verification verify(const MemoryInputs& inputs, Bitstream& bitstream) {
   Verification result;
   result.comparison = compareEbrs(bitstream, inputs);
@@ -48,8 +51,8 @@ Verification verify(const MemoryInputs& inputs, Bitstream& bitstream) {
   const auto isSame = [](const EbrFinding& finding) { return finding.isSame(); };
   const bool isComplete = findings.size() == inputs.wids.size();
   if (isComplete && std::ranges::all_of(findings, isSame)) return result;
-  const Rehearsal rehearsal = rehearse(inputs, bitstream);
-  result.fault = rehearsal.fault;
+  Rehearsal rehearsal = rehearse(inputs, bitstream);
+  result.failed = std::move(rehearsal.failed);
   result.isSame = !rehearsal.isChanged;
   return result;
 }
@@ -62,14 +65,14 @@ std::uint64_t countWords(const MemoryWords& words) {
 std::string spellWord(const MemoryWords& words, std::uint64_t word) {
   const std::uint64_t begin = word * words.getRoundBits();
   std::string text;
-  words.appendDigits(begin, std::min(begin + words.getRoundBits(), words.getBytes().size() * 8),
-                     text);
+  appendHexDigits(words.getBytes(), begin,
+                  std::min(begin + words.getRoundBits(), words.getBytes().size() * 8), text);
   return text;
 }
 
 std::string remarksOn(const EbrFinding& finding) {
   std::vector<std::string> remarks;
-  if (finding.hasOtherBehind) remarks.emplace_back("contents that aren't 0 after the words");
+  if (finding.hasBitsAfterWords) remarks.emplace_back("contents that aren't 0 after the words");
   if (finding.facts.ninthBits != 0) {
     remarks.push_back(countOf(finding.facts.ninthBits, "ninth bit") + " set");
   }
@@ -132,7 +135,7 @@ void printJson(const Verification& result, const MemoryInputs& inputs, StandardO
     // GCOVR_EXCL_START: of one statement, gcov takes some lines for untouched.
     object.addElement({{"identifier", inputs.wids[finding.ebr]},
                        {"crc", nameOf(finding.facts.crc.verdict)},
-                       {"behind", finding.hasOtherBehind},
+                       {"behind", finding.hasBitsAfterWords},
                        {"ninthBits", finding.facts.ninthBits}});
     // GCOVR_EXCL_STOP
   });
@@ -140,26 +143,34 @@ void printJson(const Verification& result, const MemoryInputs& inputs, StandardO
   object.end();
 }
 
+struct Verify {
+  std::string bitFile, widFile, memFile;
+  bool isJson = false;
+
+  void addTo(CLI::App& app) {
+    addJson(app, isJson);
+    addFile(app, "FILE.bit", "The bitstream", bitFile);
+    addFile(app, "FILE.wid", "The EBRs that make up the memory", widFile);
+    addFile(app, "FILE.mem", "The contents", memFile);
+  }
+
+  ExitStatus run() const {
+    MemoryInputs inputs;
+    OpenStream stream;
+    if (!reportFault(loadMemoryInputs({bitFile, widFile, memFile}, inputs)) ||
+        !openStream(bitFile, stream)) {
+      return ExitStatus::FAILED;
+    }
+    const Verification result = verify(inputs, stream.bitstream);
+    if (result.failed) return refuse(textOf(*result.failed));
+    printWarnings(result, inputs);
+    StandardOutput output;
+    isJson ? printJson(result, inputs, output) : printText(result, inputs, output);
+    return output.finish(result.isSame ? ExitStatus::FINE : ExitStatus::NO);
+  }
+};
+
 }  // namespace
 
-ExitStatus runVerify(const CommandLine& commandLine) {
-  MemoryInputs inputs;
-  OpenStream stream;
-  const InputNames names = {commandLine.bitFile, commandLine.widFile, commandLine.memFile};
-  if (!isReadable(loadMemoryInputs(names, inputs)) || !openStream(names.bit, stream)) {
-    return ExitStatus::FAILED;
-  }
-  const Verification result = verify(inputs, stream.bitstream);
-  if (!result.fault.empty()) {
-    printDiagnostic("ERROR: ", result.fault);
-    return ExitStatus::FAILED;
-  }
-  printWarnings(result, inputs);
-  StandardOutput output;
-  if (commandLine.isJson) {
-    printJson(result, inputs, output);
-  } else {
-    printText(result, inputs, output);
-  }
-  return output.finish(result.isSame ? ExitStatus::FINE : ExitStatus::NO);
-}
+const Command VERIFY = {"verify", "Check that a bitstream contains a memory's contents",
+                        prepare<Verify>};

@@ -4,9 +4,9 @@
 #ifndef RAMGRAFT_RUN_RAMGRAFT_H
 #define RAMGRAFT_RUN_RAMGRAFT_H
 
-#include "steps/ramgraftcheck.h"  // IWYU pragma: export
-#include "steps/ramgraftebr.h"    // IWYU pragma: export
-#include "steps/ramgraftfiles.h"  // IWYU pragma: export
+#include "selfcheck/ramgraftcheck.h"  // IWYU pragma: export
+#include "steps/ramgraftebr.h"        // IWYU pragma: export
+#include "steps/ramgraftfiles.h"      // IWYU pragma: export
 
 /// Runs `ramgraft <input_file.bit> <file.wid> <file.mem> <output_file.bit>`, or the self-check when
 /// the first three arguments are "TEST". `argc` and `argv` are those of main(). Returns the exit

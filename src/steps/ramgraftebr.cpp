@@ -4,12 +4,13 @@
 #include <cstdint>
 
 #include "base/assertion.h"
+#include "console/lines.h"
 #include "ebr/command.h"
 #include "ebr/crcfield.h"
 #include "ebr/format.h"
 #include "ebr/memorywords.h"
-#include "steps/messages.h"
-#include "steps/physicaltext.h"
+#include "reports/ebrs.h"
+#include "steps/physicalline.h"
 #include "steps/ramgraftutil.h"
 
 namespace {
@@ -50,7 +51,8 @@ bool findEbrDataSection(BitstreamTraverser& traverser, int& dataCount, std::list
     newBits.push_back(bitstream.getBit(traverser.getBitIndex()));
   }
   if (header.fault != CommandFault::NONE) {
-    printDataFault(header.fault, header.endIndex);
+    const EbrCommand command = {.fault = header.fault, .faultIndex = header.endIndex};
+    printLine("ERROR: ", detailOf(command, bitstream));
     return false;
   }
   dataCount = static_cast<int>(header.frameCount);
@@ -88,7 +90,10 @@ bool replaceEbrData(
   const auto frameCount = static_cast<std::uint64_t>(std::max(dataCount, 0));
   Bitstream& bitstream = *traverser.getBitstream();
   if (frameCount * FRAME_BITS + CRC_BITS > traverser.getBitsLeft()) {
-    printNoRoomForPayload(bitstream, traverser.getBitIndex(), frameCount);
+    const EbrCommand command = {.fault = CommandFault::NO_PAYLOAD,
+                                .faultIndex = traverser.getBitIndex(),
+                                .frameCount = frameCount};
+    printLine("ERROR: ", detailOf(command, bitstream));
     return false;
   }
   const std::uint64_t crcIndex = traverser.getBitIndex() + frameCount * FRAME_BITS;

@@ -9,7 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "ebr/crc.h"
+#include "base/reversal.h"  // IWYU pragma: export
+#include "ebr/crc.h"        // IWYU pragma: export
 #include "steps/ramgrafttraverse.h"
 
 /// Moves the cursor to the first identifier bit of the next EBR address section. False, the cursor

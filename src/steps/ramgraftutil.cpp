@@ -2,7 +2,8 @@
 
 #include "base/assertion.h"
 #include "base/digits.h"
-#include "steps/messages.h"
+#include "console/lines.h"
+#include "reports/inputs.h"
 
 namespace {
 
@@ -67,7 +68,7 @@ bool hexStringToBytes(const std::string& hexString, std::vector<unsigned char>& 
   for (const char digit : hexString) {
     const int value = hexDigitValue(digit);
     if (value < 0) {
-      printNotHexadecimal(digit);
+      printLine("ERROR: ", headOf({.kind = InputFault::Kind::NOT_HEXADECIMAL, .character = digit}));
       return false;
     }
     byte = byte << 4 | value;

@@ -1,0 +1,33 @@
+// JSON as the companions print it: one object on one line, piece by piece, because its lists may
+// be longer than what they describe.
+#ifndef RAMGRAFT_COMPANION_JSON_H
+#define RAMGRAFT_COMPANION_JSON_H
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "companion/output.h"
+
+using Json = nlohmann::ordered_json;
+
+/// One object whose members may be lists. Members come out in the order in which they are added.
+class JsonObject {
+ public:
+  explicit JsonObject(StandardOutput& to) : output(to) { output.write("{"); }
+
+  void add(const std::string& key, const Json& value);
+  /// Begins a list; until endList() only its elements may be added.
+  void beginList(const std::string& key);
+  void addElement(const Json& value);
+  void endList();
+  /// Ends the object and its line.
+  void end();
+
+ private:
+  void separate();
+
+  StandardOutput& output;
+  bool isFirst = true;
+};
+
+#endif

@@ -1,0 +1,40 @@
+#include "companion/program.h"
+
+#include <CLI/CLI.hpp>
+#include <new>
+
+#include "companion/output.h"
+#include "files/process.h"
+
+namespace {
+
+ExitStatus run(const Command& program, const char* footer, int argc, const char* const argv[]) {
+  CLI::App app(program.help, program.name);
+  app.set_version_flag("--version", std::string(program.name) + " " RAMGRAFT_VERSION,
+                       "Print the version");
+  app.footer(footer);
+  const Action action = program.prepare(app);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForVersion& version) {
+    return putResult(std::nullopt, std::string(version.what()) + "\n", {});
+  } catch (const CLI::CallForHelp&) {
+    return putResult(std::nullopt, app.help(), {});
+  } catch (const CLI::ParseError& fault) {
+    return refuse(std::string(fault.what()) + "; " + program.name + " --help explains");
+  }
+  return action();
+}
+
+}  // namespace
+
+int runCompanion(const Command& program, const char* footer, int argc, const char* const argv[]) {
+  prepareProcess();
+  try {
+    return static_cast<int>(run(program, footer, argc, argv));
+    // GCOVR_EXCL_START: no test limits the memory of a companion
+  } catch (const std::bad_alloc&) {
+    return static_cast<int>(refuse("out of memory"));
+  }
+  // GCOVR_EXCL_STOP
+}

@@ -1,0 +1,52 @@
+// Grafting: replacing the contents of the listed EBRs in a stream.
+#ifndef RAMGRAFT_EBR_GRAFT_H
+#define RAMGRAFT_EBR_GRAFT_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/ramgraftbstream.h"
+#include "ebr/columns.h"
+#include "ebr/command.h"
+#include "ebr/crcfield.h"
+#include "ebr/lookup.h"
+#include "ebr/search.h"
+
+/// Payload words that a run writes into an EBR of `frameCount` frames whose column has
+/// `columnBits` data bits: all words of the payload, but no more than the physical line fills.
+std::uint64_t writableWords(std::uint64_t frameCount, std::uint64_t columnBits);
+
+/// What a user should hear about contents that were replaced.
+struct GraftReport {
+  CrcCheck oldCrc;
+  std::uint64_t givenWords = 0;    ///< payload words that the column fills
+  std::uint64_t writtenWords = 0;  ///< payload words that were written; if fewer, the rest is lost
+  /// Bit index of a command that a search passes over now, because the new contents and the CRC end
+  /// like an address section: the beginning of that command reads as the section's identifier.
+  std::uint64_t hiddenCommand = NOT_FOUND;
+};
+
+/// Overwrites the payload of a command without fault with the column of EBR number `ebr`, followed
+/// by zeros, and makes its CRC right.
+GraftReport replaceContents(Bitstream& bitstream, const EbrCommand& command, EbrColumns& columns,
+                            std::uint64_t ebr);
+
+/// What is called for each EBR while the listed EBRs are grafted, with its number.
+struct GraftSteps {
+  /// Its section was found, and nothing of it is replaced yet. The command may have a fault.
+  std::function<void(std::size_t ebr, const Lookup& lookup)> found;
+  /// Its contents were replaced.
+  std::function<void(std::size_t ebr, const GraftReport& report)> grafted;
+};
+
+/// Replaces the contents of the EBRs that carry the wids, of which there is at least one, in their
+/// order, by the columns of `words`. Each EBR is looked for in the stream as the ones before it
+/// left it. Ends at the first EBR that can't be used and returns its look-up; the EBRs before it
+/// are then replaced already. Returns nothing if all were replaced.
+std::optional<Lookup> graftEbrs(Bitstream& bitstream, const std::vector<std::string>& wids,
+                                const MemoryWords& words, const GraftSteps& steps);
+
+#endif

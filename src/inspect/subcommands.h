@@ -1,0 +1,9 @@
+// The subcommands of ramgraft-inspect, each in the file of its name.
+#ifndef RAMGRAFT_INSPECT_SUBCOMMANDS_H
+#define RAMGRAFT_INSPECT_SUBCOMMANDS_H
+
+#include "companion/program.h"
+
+extern const Command LIST, EXTRACT, VERIFY, DIFF, LOCATE;
+
+#endif

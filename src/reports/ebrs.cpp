@@ -1,0 +1,109 @@
+#include "reports/ebrs.h"
+
+#include "reports/text.h"
+
+using std::to_string;
+
+std::string_view nameOf(CrcCheck::Verdict verdict) {
+  switch (verdict) {
+    case CrcCheck::Verdict::RIGHT:
+      return "right";
+    case CrcCheck::Verdict::EMPTY:
+      return "empty";
+    case CrcCheck::Verdict::WRONG:
+      return "wrong";
+    case CrcCheck::Verdict::UNCHECKABLE:
+      break;
+  }
+  return "uncheckable";
+}
+
+std::string_view textOf(CommandFault fault) {
+  switch (fault) {
+    case CommandFault::NO_IDENTIFIER:
+      return "the bitstream ends inside the identifier";
+    case CommandFault::NO_UNCHECKED_BITS:
+      return "the bitstream ends after the identifier";
+    case CommandFault::NO_WRITE_OPCODE:
+      return "no TAV_EBR_WRITE";
+    case CommandFault::NO_CRC_DUMMY_FLAGS:
+      return "no CRC/dummy bits after TAV_EBR_WRITE";
+    case CommandFault::NO_FRAME_COUNT:
+      return "the bitstream ends inside the frame count";
+    case CommandFault::NO_PAYLOAD:
+    case CommandFault::NONE:  // nothing to say, and nobody asks
+      break;
+  }
+  return "the bitstream ends inside the payload";
+}
+
+std::string textOf(const Lookup& lookup) {
+  const std::string text = "EBR " + excerptOf(lookup.wid);
+  switch (lookup.outcome) {
+    case SectionChain::Outcome::NO_SECTION:
+      return text + " isn't in the bitstream";
+    case SectionChain::Outcome::RAN_OFF_END:
+      return text + " isn't in the bitstream, which ends inside an identifier";
+    case SectionChain::Outcome::FOUND:
+      break;
+  }
+  return (text + " at bit " + to_string(lookup.command.opcodeIndex) + ": ")
+      .append(textOf(lookup.command.fault));
+}
+
+std::string detailOf(const EbrCommand& command, const Bitstream& bitstream) {
+  const std::string atBit = " at bit " + to_string(command.faultIndex);
+  switch (command.fault) {
+    case CommandFault::NO_UNCHECKED_BITS:
+      return "bitstream ends inside the " + to_string(UNCHECKED_BITS) +
+             " bits behind the EBR identifier," + atBit;
+    case CommandFault::NO_WRITE_OPCODE:
+      return "didn't find TAV_EBR_WRITE";
+    case CommandFault::NO_CRC_DUMMY_FLAGS:
+      return "didn't find CRC/dummy bits after TAV_EBR_WRITE";
+    case CommandFault::NO_FRAME_COUNT:
+      return "bitstream ends inside the frame count of TAV_EBR_WRITE," + atBit;
+    case CommandFault::NO_PAYLOAD:
+    case CommandFault::NO_IDENTIFIER:  // never: a look-up finds complete sections only
+    case CommandFault::NONE:
+      break;
+  }
+  return "bitstream ends inside the EBR data: frame count " + to_string(command.frameCount) +
+         ", bits needed for payload and CRC " + to_string(command.payloadBits() + CRC_BITS) +
+         ", bits left " + to_string(bitstream.getNumBits() - command.faultIndex) + atBit;
+}
+
+std::string detailOf(const Lookup& lookup, const Bitstream& bitstream) {
+  switch (lookup.outcome) {
+    case SectionChain::Outcome::NO_SECTION:
+      return "didn't find EBR address section for wid " + lookup.wid;
+    case SectionChain::Outcome::RAN_OFF_END:
+      return "ran off end of bit file looking for wid " + lookup.wid;
+    case SectionChain::Outcome::FOUND:
+      break;
+  }
+  return detailOf(lookup.command, bitstream);
+}
+
+// A base file that is damaged, or that the width file doesn't fit, shows in the old CRC.
+std::vector<std::string> warningsOf(const GraftReport& report, const std::string& wid) {
+  std::vector<std::string> warnings;
+  const CrcCheck& crc = report.oldCrc;
+  const auto add = [&](const std::string& text) {
+    warnings.push_back("wid " + excerptOf(wid) + ": " + text);
+  };
+  if (crc.verdict == CrcCheck::Verdict::WRONG) {
+    add("the CRC of the old contents is 0x" + toHex16(crc.stored) + ", should be 0x" +
+        toHex16(crc.computed) + ": the bitstream may be damaged, or the wid file may not fit it");
+  }
+  if (report.givenWords > report.writtenWords) {
+    add("the memory file gives " + to_string(report.givenWords) +
+        " words of 8 bits, the EBR takes " + to_string(report.writtenWords) +
+        ": the rest is not written");
+  }
+  if (report.hiddenCommand != NOT_FOUND) {
+    add("the new contents end like an EBR address section, which hides the EBR command at bit " +
+        to_string(report.hiddenCommand) + " from every search");
+  }
+  return warnings;
+}

@@ -1,0 +1,31 @@
+// What was found and done at EBRs, in words.
+#ifndef RAMGRAFT_REPORTS_EBRS_H
+#define RAMGRAFT_REPORTS_EBRS_H
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/ramgraftbstream.h"
+#include "ebr/graft.h"
+
+/// "right", "empty", "wrong" or "uncheckable".
+std::string_view nameOf(CrcCheck::Verdict verdict);
+
+/// What is missing from a command: "no TAV_EBR_WRITE" and the like.
+std::string_view textOf(CommandFault fault);
+
+/// Why the EBR can't be used: a sentence that names it.
+std::string textOf(const Lookup& lookup);
+
+/// What ramgraft reports of a command with a fault, and which bit that is at. Of a payload without
+/// room it also reports how much is missing.
+std::string detailOf(const EbrCommand& command, const Bitstream& bitstream);
+
+/// What ramgraft reports of an EBR that can't be used, after "ERROR: ".
+std::string detailOf(const Lookup& lookup, const Bitstream& bitstream);
+
+/// A sentence for each thing that is probably a mistake. The wid is that of the EBR.
+std::vector<std::string> warningsOf(const GraftReport& report, const std::string& wid);
+
+#endif

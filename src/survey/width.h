@@ -1,0 +1,21 @@
+// How many bits the identifiers of a bitstream have, which the bitstream doesn't say.
+#ifndef RAMGRAFT_SURVEY_WIDTH_H
+#define RAMGRAFT_SURVEY_WIDTH_H
+
+#include <cstdint>
+#include <vector>
+
+#include "base/ramgraftbstream.h"
+
+/// A width of identifiers, and how many sections of its chain have a data section.
+struct WidthFinding {
+  std::uint64_t identifierBits = 0;
+  std::uint64_t numEbrs = 0;  ///< 0 if no width gives any
+};
+
+/// Of the widths 1 to 64 the one at which the most sections of the chain have a data section, of
+/// equally good ones the smallest. `allSections` is what findAllSections() gives.
+WidthFinding findIdentifierBits(const Bitstream& bitstream,
+                                const std::vector<std::uint64_t>& allSections);
+
+#endif
