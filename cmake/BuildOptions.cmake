@@ -1,8 +1,10 @@
-# How everything here is compiled and linked. Every target links one of two interface libraries:
+# How everything here is compiled and linked. Every target links one of three interface libraries:
 #
 #   ramgraft_options  warnings, hardening, and no trace of the folder where it was built
 #   ramgraft_program  the same for an executable that is handed out: also position-independent and,
 #                     where that works, static
+#   ramgraft_dynamic_program
+#                     the same for one with a library that is linked dynamically
 
 option(RAMGRAFT_WERROR "Treat warnings as errors" OFF)
 option(RAMGRAFT_STATIC "Link statically where that works, but never with tests or sanitizers" ON)
@@ -44,7 +46,10 @@ if(flags MATCHES "-O[1-9sgf]" AND NOT flags MATCHES "-O0|-fsanitize")
 endif()
 
 add_library(ramgraft_program INTERFACE)
+add_library(ramgraft_dynamic_program INTERFACE)
 target_link_libraries(ramgraft_program INTERFACE ramgraft_options)
+target_link_libraries(ramgraft_dynamic_program INTERFACE ramgraft_options)
+target_link_options(ramgraft_dynamic_program INTERFACE -pie)
 set(link -pie)
 # Tests preload a library into the tool, and sanitizers' runtimes are dynamic.
 if(RAMGRAFT_STATIC AND NOT RAMGRAFT_TESTS AND NOT flags MATCHES "-fsanitize")
@@ -57,6 +62,7 @@ if(RAMGRAFT_STATIC AND NOT RAMGRAFT_TESTS AND NOT flags MATCHES "-fsanitize")
   if(RAMGRAFT_STATIC_WORKS)
     # A run is as short as its start-up, and half of that would be the dynamic linker's.
     set(link -static-pie)
+    target_link_options(ramgraft_dynamic_program INTERFACE -static-libstdc++ -static-libgcc)
   else()
     message(STATUS "A static link doesn't work here, so programs are linked dynamically")
   endif()

@@ -10,14 +10,6 @@
 #include "files/replace.h"
 #include "reports/outputs.h"
 
-namespace {
-
-const unsigned char* bytesOf(std::string_view text) {
-  return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-}  // namespace
-
 ExitStatus refuse(std::string_view reason) {
   printDiagnostic("ERROR: ", reason);
   return ExitStatus::FAILED;
@@ -34,7 +26,8 @@ void StandardOutput::flush() {
   if (error == 0) {
     FileDescriptor output(::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
     std::size_t written = 0;
-    error = output.isOpen() ? output.write(bytesOf(pending), pending.size(), written) : errno;
+    error =
+        output.isOpen() ? output.write(bytesOf(pending).data(), pending.size(), written) : errno;
     const int closeError = output.close();
     if (error == 0) error = closeError;
   }
@@ -47,6 +40,32 @@ ExitStatus StandardOutput::finish(ExitStatus status) {
   return refuse(std::string("can't write to standard output: ") + std::strerror(error));
 }
 
+std::span<const unsigned char> bytesOf(std::string_view text) {
+  return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
+}
+
+std::string putFile(const std::string& fileName, std::span<const unsigned char> bytes,
+                    const FileIdentity& input) {
+  const ReplaceResult result = replaceFile(fileName, bytes.data(), bytes.size(), input);
+  if (result.isDone()) return "";
+  std::string reason = "can't write file " + fileName + ": ";
+  reason += reasonOf(result);
+  const bool isMixed = result.outcome == ReplaceResult::Outcome::PART_WRITTEN;
+  return isMixed ? reason.append("; ").append(MAY_BE_MIXED) : reason;
+}
+
+std::string refuseInput(const std::string& outputFile, const std::vector<ReadFile>& inputs) {
+  struct stat status {};
+  const bool isThere = ::stat(outputFile.c_str(), &status) == 0;
+  if (isThere && !S_ISREG(status.st_mode)) return "";
+  for (const ReadFile& input : inputs) {
+    const bool isSame = isThere && input.identity == identityOf(status);
+    if (!isSame && input.name != outputFile) continue;
+    return "can't write file " + outputFile + ": it is an input (" + input.name + ")";
+  }
+  return "";
+}
+
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
                      const FileIdentity& input) {
   if (!fileName) {
@@ -54,10 +73,6 @@ ExitStatus putResult(const std::optional<std::string>& fileName, std::string_vie
     output.write(text);
     return output.finish(ExitStatus::FINE);
   }
-  const ReplaceResult result = replaceFile(*fileName, bytesOf(text), text.size(), input);
-  if (result.isDone()) return ExitStatus::FINE;
-  std::string reason = "can't write file " + *fileName + ": ";
-  reason += reasonOf(result);
-  const bool isMixed = result.outcome == ReplaceResult::Outcome::PART_WRITTEN;
-  return refuse(isMixed ? reason.append("; ").append(MAY_BE_MIXED) : reason);
+  const std::string fault = putFile(*fileName, bytesOf(text), input);
+  return fault.empty() ? ExitStatus::FINE : refuse(fault);
 }

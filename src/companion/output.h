@@ -3,8 +3,10 @@
 #define RAMGRAFT_COMPANION_OUTPUT_H
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "companion/status.h"
 #include "files/descriptor.h"
@@ -23,6 +25,24 @@ class StandardOutput {
   std::string pending;
   int error = 0;
 };
+
+/// The bytes of a text.
+std::span<const unsigned char> bytesOf(std::string_view text);
+
+/// Makes `bytes` the whole contents of the named file, as a run replaces its output. `input` is the
+/// file that they were made from. Returns the sentence that says why that failed, else empty.
+std::string putFile(const std::string& fileName, std::span<const unsigned char> bytes,
+                    const FileIdentity& input);
+
+/// A file that was read.
+struct ReadFile {
+  std::string name;  ///< as given
+  FileIdentity identity;
+};
+
+/// The sentence that refuses to write a file that is one of the inputs, which may have another name
+/// and must be a regular file; empty if it is none of them.
+std::string refuseInput(const std::string& outputFile, const std::vector<ReadFile>& inputs);
 
 /// Writes a whole result to the named file, which is replaced as a run replaces its output, or to
 /// standard output. `input` is the file that it was made from. FINE, or FAILED with a sentence on

@@ -24,3 +24,8 @@ int FileDescriptor::write(const unsigned char* bytes, std::size_t size,
   }
   return 0;
 }
+
+FileIdentity identityOf(const std::string& fileName) {
+  struct stat status {};
+  return ::stat(fileName.c_str(), &status) == 0 ? identityOf(status) : FileIdentity();
+}

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include <cstddef>
+#include <string>
 #include <utility>
 
 /// Owns an open file descriptor and closes it. Movable, not copyable.
@@ -43,5 +44,7 @@ struct FileIdentity {
 };
 
 inline FileIdentity identityOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
+/// The file that the name leads to now; {} if it leads nowhere.
+FileIdentity identityOf(const std::string& fileName);
 
 #endif

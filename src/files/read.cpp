@@ -18,17 +18,23 @@ bool isRewritten(const struct stat& before, const struct stat& now) {
           now.st_mtim.tv_nsec != before.st_mtim.tv_nsec);
 }
 
-}  // namespace
-
-ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes) {
-  return readWholeFile(FileDescriptor(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY)),
-                       bytes);
+// True if the file says that it has more bytes.
+bool isLargerThan(std::size_t bytes, const struct stat& status) {
+  return status.st_size > 0 && static_cast<std::uint64_t>(status.st_size) > bytes;
 }
 
-ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes) {
+}  // namespace
+
+ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes, std::size_t mostBytes) {
+  return readWholeFile(FileDescriptor(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY)),
+                       bytes, mostBytes);
+}
+
+ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes, std::size_t mostBytes) {
   ReadResult result;
   if (!file.isOpen()) return {Outcome::CANT_OPEN, errno, {}};
   if (::fstat(file.get(), &result.status) != 0) return {Outcome::CANT_READ, errno, {}};
+  if (isLargerThan(mostBytes, result.status)) return {Outcome::TOO_LARGE, EFBIG, result.status};
   // With a byte more than the file has, the read that finds its end needs no growing. Files that
   // can't say how many they have (pipes, /proc) start small.
   constexpr off_t SMALLEST = 4096;
@@ -38,6 +44,7 @@ ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes) {
     count = ::read(file.get(), bytes.data() + bytes.size(), bytes.capacity() - bytes.size());
     if (count > 0) bytes.resize(bytes.size() + static_cast<std::size_t>(count));
     if (count < 0 && errno != EINTR) return {Outcome::CANT_READ, errno, result.status};
+    if (bytes.size() > mostBytes) return {Outcome::TOO_LARGE, EFBIG, result.status};
   }
   struct stat now {};
   if (::fstat(file.get(), &now) != 0) return {Outcome::CANT_READ, errno, result.status};

@@ -15,19 +15,27 @@ struct ReadResult {
     DONE,
     CANT_OPEN,
     CANT_READ,
-    CHANGED,  ///< a regular file was written to while it was read
+    CHANGED,    ///< a regular file was written to while it was read
+    TOO_LARGE,  ///< more bytes than the caller takes
   };
 
   Outcome outcome = Outcome::DONE;
-  int error = 0;          ///< the system's error number unless DONE; EBUSY when CHANGED
+  int error =
+      0;  ///< the system's error number unless DONE; EBUSY when CHANGED, EFBIG when TOO_LARGE
   struct stat status {};  ///< of the file before it was read, once it could be opened
 };
 
 /// Reads all bytes of the named file, which may be a pipe, into `bytes`, which is empty before.
-/// Whatever happens to the file afterwards doesn't change `bytes`.
-ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes);
+/// Whatever happens to the file afterwards doesn't change `bytes`. Reading ends once there are more
+/// than `mostBytes`: a file may have no end.
+ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes,
+                         std::size_t mostBytes = SIZE_MAX);
 /// The same for a file that has just been opened. If that failed, errno says why.
-ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes);
+ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes,
+                         std::size_t mostBytes = SIZE_MAX);
+
+/// The most bytes that are taken of an input that isn't a bitstream.
+inline constexpr std::size_t MOST_INPUT_BYTES = std::size_t{1} << 30;
 
 /// One line of a text file.
 struct TextLine {

@@ -17,6 +17,9 @@ InputFault faultOf(const ReadResult& result, const std::string& file) {
     case ReadResult::Outcome::CHANGED:
       fault.kind = Kind::CHANGED;
       break;
+    case ReadResult::Outcome::TOO_LARGE:
+      fault.kind = Kind::TOO_LARGE;
+      break;
   }
   return fault;
 }

@@ -49,6 +49,12 @@ InputFault loadWidths(const std::string& widFile, MemoryInputs& inputs) {
   return fault.kind == Kind::NONE ? interpret(widthLine, inputs) : fault;
 }
 
+InputFault loadBytes(const std::string& fileName, ByteBuffer& bytes, FileIdentity& identity) {
+  const ReadResult result = readWholeFile(fileName, bytes, MOST_INPUT_BYTES);
+  identity = identityOf(result.status);
+  return faultOf(result, fileName);
+}
+
 InputFault loadBitstream(const std::string& fileName, Bitstream& bitstream,
                          FileIdentity& identity) {
   ByteBuffer bytes;

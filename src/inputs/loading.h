@@ -39,6 +39,10 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs);
 /// Loads the width file alone into `inputs`, which is fresh.
 InputFault loadWidths(const std::string& widFile, MemoryInputs& inputs);
 
+/// Reads all bytes of a file that is neither bitstream nor width file into `bytes`, which is fresh,
+/// and sets `identity` to the file's. A file of more than MOST_INPUT_BYTES is a fault.
+InputFault loadBytes(const std::string& fileName, ByteBuffer& bytes, FileIdentity& identity);
+
 /// Appends all bits of the bitstream file to `bitstream` and sets `identity` to the file's.
 InputFault loadBitstream(const std::string& fileName, Bitstream& bitstream, FileIdentity& identity);
 

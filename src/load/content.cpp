@@ -5,16 +5,15 @@
 #include <optional>
 #include <utility>
 
-#include "files/read.h"
 #include "firmware/elffile.h"
 #include "firmware/format.h"
-#include "firmware/intelhex.h"
-#include "firmware/srecord.h"
+#include "inputs/loading.h"
 #include "inputs/wordtext.h"
-#include "layout/deal.h"
 #include "layout/number.h"
 #include "load/texts.h"
 #include "reports/inputs.h"
+#include "reports/position.h"
+#include "reports/text.h"
 
 namespace {
 
@@ -71,11 +70,11 @@ std::string resolve(const Wanted& wanted, const Map& map, Place& place) {
   return place.memory ? "" : wanted.place + ": " + map.file + " has no memory " + text->name;
 }
 
-// The memory of a place and the byte of it.
-std::string locateInMemory(const Wanted& wanted, const Map& map, const AddressSpace& addresses,
-                           Place& place) {
+// Turns the place of text words into a byte of a memory where a word begins.
+std::string enterMemory(const Wanted& wanted, const Map& map, const AddressSpace& addresses,
+                        Place& place) {
   if (!place.memory) {
-    const AddressRange* range = addresses.find(place.value);
+    const AddressRange* const range = addresses.find(place.value);
     if (range == nullptr || range->isOutside) {
       return wanted.file + ": text words need a memory, and " + spellHex(place.value) +
              " is in none";
@@ -84,21 +83,33 @@ std::string locateInMemory(const Wanted& wanted, const Map& map, const AddressSp
   }
   const Memory& memory = map.memories[*place.memory];
   if (place.value % memory.wordBytes() == 0) return "";
-  return wanted.place + ": inside a word of " + memory.name + ", which has " +
-         std::to_string(memory.wordBytes()) + " bytes";
+  return wanted.place + ": not at the beginning of a word of " + memory.name + ", which has " +
+         countOf(memory.wordBytes(), "byte");
 }
 
-// Text words become pieces of their memory's bytes.
+// Text words become pieces of bytes in the order of their memory.
 std::string readWords(const Wanted& wanted, const Map& map, const AddressSpace& addresses,
                       Content& content) {
-  if (std::string fault = locateInMemory(wanted, map, addresses, content.place); !fault.empty()) {
-    return fault;
-  }
+  std::string refusal = enterMemory(wanted, map, addresses, content.place);
+  if (!refusal.empty()) return refusal;
   const Memory& memory = map.memories[*content.place.memory];
   WordText words;
-  std::string fault =
-      readWordText(content.file, content.bytes.text(), memory.wordBits, words);
-  if (!fault.empty()) return fault;
+  const WordTextFault fault = readWordText(content.bytes.text(), memory.wordBits,
+                                           memory.order.value_or(std::endian::big), words);
+  if (!fault.text.empty()) return positionText(content.file, fault.line, fault.column) + fault.text;
+  if (words.runs.empty()) return content.file + ": holds no words";
+  content.image.storage = std::move(words.bytes);
+  for (const WordRun& run : words.runs) {
+    const std::uint64_t wordBytes = memory.wordBytes();
+    if (run.firstWord > UINT64_MAX / wordBytes) {
+      return positionText(content.file, run.line) + "word " + spellHex(run.firstWord) +
+             " has no room in " + nameWithLine(map, memory);
+    }
+    const auto bytes =
+        std::span(content.image.storage).subspan(run.firstByte, run.words * wordBytes);
+    content.image.pieces.push_back(
+        {run.firstWord * wordBytes, bytes, "", run.line, run.lineWords * wordBytes});
+  }
   return "";
 }
 
@@ -107,11 +118,11 @@ std::string readPieces(const Wanted& wanted, const Map& map, const AddressSpace&
   const std::span<const unsigned char> bytes(content.bytes.data(), content.bytes.size());
   switch (content.format) {
     case ContentFormat::ELF:
-      return readElf(content.file, bytes, content.image);
+      return readFirmware(Format::ELF, content.file, bytes, content.image);
     case ContentFormat::INTEL_HEX:
-      return readIntelHex(content.file, bytes, content.image);
+      return readFirmware(Format::INTEL_HEX, content.file, bytes, content.image);
     case ContentFormat::S_RECORD:
-      return readSRecord(content.file, bytes, content.image);
+      return readFirmware(Format::S_RECORD, content.file, bytes, content.image);
     case ContentFormat::BIN:
       if (bytes.empty()) return content.file + ": holds no bytes";
       content.image.pieces.push_back({0, bytes, "", 0, 0});
@@ -122,4 +133,51 @@ std::string readPieces(const Wanted& wanted, const Map& map, const AddressSpace&
   return readWords(wanted, map, addresses, content);
 }
 
+std::string readBytes(const std::string& file, Content& content) {
+  content.file = file;
+  const InputFault fault =
+      loadBytes(file == "-" ? "/dev/stdin" : file, content.bytes, content.identity);
+  return fault.kind == InputFault::Kind::NONE ? "" : textOf(fault);
+}
+
+bool saysAddresses(ContentFormat format) {
+  return format != ContentFormat::BIN && format != ContentFormat::WORDS;
+}
+
 }  // namespace
+
+std::string_view nameOf(ContentFormat format) { return NAMES[static_cast<std::size_t>(format)]; }
+
+std::optional<Place> Content::placeOf(const Symbol& symbol) const {
+  return symbol.isAbsolute ? Place{std::nullopt, symbol.address} : place.after(symbol.address);
+}
+
+std::string Content::originOf(const Piece& piece, std::uint64_t offset) const {
+  if (!piece.section.empty()) return positionText(file) + piece.section;
+  const std::uint64_t line = piece.lineOf(offset);
+  return line == 0 ? file : file + ", line " + std::to_string(line);
+}
+
+std::string readContent(const std::string& argument, const Map& map, const AddressSpace& addresses,
+                        Content& content) {
+  const Wanted wanted = parseArgument(argument);
+  std::string fault;
+  if (!wanted.place.empty()) fault = resolve(wanted, map, content.place);
+  if (fault.empty()) fault = readBytes(wanted.file, content);
+  if (!fault.empty()) return fault;
+  content.format = formatOf(wanted, {content.bytes.data(), content.bytes.size()});
+  if (wanted.place.empty() && !saysAddresses(content.format)) return noAddress(wanted.file, map);
+  fault = readPieces(wanted, map, addresses, content);
+  // Text formats have been copied.
+  if (content.format != ContentFormat::ELF && content.format != ContentFormat::BIN) {
+    content.bytes = ByteBuffer();
+  }
+  return fault;
+}
+
+std::string readSymbolFile(const std::string& file, Content& content) {
+  content.format = ContentFormat::ELF;
+  const std::string fault = readBytes(file, content);
+  if (!fault.empty()) return fault;
+  return readElfSymbols(file, {content.bytes.data(), content.bytes.size()}, content.image);
+}

@@ -3,7 +3,9 @@
 #define RAMGRAFT_LOAD_CONTENT_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "base/bytebuffer.h"
 #include "files/descriptor.h"

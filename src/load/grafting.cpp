@@ -30,7 +30,7 @@ class CommandBits {
   std::uint64_t crc;
 };
 
-void graftLane(const Lane& lane, const std::vector<EbrCommand>& commands, const MemoryWords& words,
+void graftLane(const Lane& lane, std::span<const EbrCommand> commands, const MemoryWords& words,
                Bitstream& bitstream, Messages& messages, GraftChanges& changes) {
   EbrColumns columns(words);
   for (std::size_t ebr = 0; ebr < commands.size(); ++ebr) {
@@ -39,7 +39,7 @@ void graftLane(const Lane& lane, const std::vector<EbrCommand>& commands, const 
     before.compare(CommandBits(bitstream, commands[ebr]), changes);
     ++changes.numEbrs;
     if (report.oldCrc.verdict == CrcCheck::Verdict::WRONG) {
-      messages.warn(textOf(report.oldCrc, lane.wids[ebr]));
+      messages.warn(crcWarningOf(report.oldCrc, lane.wids[ebr]));
     }
   }
 }
@@ -55,11 +55,9 @@ std::vector<GraftChanges> graftImages(const Map& map, const Placement& placement
     const MemoryImage& image = images.getImage(number);
     for (std::size_t part = 0; part < image.isTouched.size(); ++part) {
       if (image.isTouched[part] == 0) continue;
-      for (std::size_t lane = 0; lane < memory.parts[part].lanes.size(); ++lane) {
-        const Lane& its = memory.parts[part].lanes[lane];
-        graftLane(its, placement.getCommands(number, part, lane),
-                  dealLane(memory, memory.parts[part], its, image.bytes), bitstream, messages,
-                  changes[number]);
+      for (const Lane& lane : memory.parts[part].lanes) {
+        const MemoryWords words = dealLane(memory, memory.parts[part], lane, image.bytes);
+        graftLane(lane, placement.getCommands(lane), words, bitstream, messages, changes[number]);
       }
     }
   }

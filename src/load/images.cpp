@@ -15,9 +15,9 @@ using std::to_string;
 // The place of the first such byte, or the size if there is none.
 std::size_t findByte(std::span<const unsigned char> bytes, unsigned char wanted) {
   const void* const found = std::memchr(bytes.data(), wanted, bytes.size());
-  return found == nullptr ? bytes.size()
-                          : static_cast<std::size_t>(static_cast<const unsigned char*>(found) -
-                                                     bytes.data());
+  return found == nullptr
+             ? bytes.size()
+             : static_cast<std::size_t>(static_cast<const unsigned char*>(found) - bytes.data());
 }
 
 // Gives each byte that nothing was given for the one of the pattern, which repeats.
@@ -137,9 +137,9 @@ std::string Images::refuse(const Content& content, const Memory& memory) const {
 std::string Images::tooLong(const Content& content, const Piece& piece, std::uint64_t fitting,
                             const Memory& memory) const {
   const std::uint64_t excess = piece.bytes.size() - fitting;
-  const std::string subject = piece.section.empty() ? "the data" : piece.section;
-  return content.positionOf(piece, fitting) + subject + " is " + countOf(excess, "byte") +
-         " too long for " + nameWithLine(map, memory);
+  std::string subject = content.originOf(piece, fitting);
+  if (piece.section.empty()) subject += ": the data";
+  return subject + " is " + countOf(excess, "byte") + " too long for " + nameWithLine(map, memory);
 }
 
 // Says which range of bytes has no place, and what lies nearest.

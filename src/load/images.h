@@ -26,11 +26,12 @@ struct LoadedRange {
 
 /// What is to stand in one memory.
 struct MemoryImage {
-  std::vector<unsigned char> bytes;  ///< of all words, in address order; empty until something comes
-  std::vector<unsigned char> isGiven;  ///< for each byte 1 if a content or a set has it, else 0
+  std::vector<unsigned char>
+      bytes;  ///< of all words, in address order; empty until something comes
+  std::vector<unsigned char> isGiven;    ///< for each byte 1 if a content or a set has it, else 0
   std::vector<unsigned char> isTouched;  ///< for each part 1 if it is to be grafted, else 0
-  std::uint64_t loadedBytes = 0;     ///< bytes that contents have
-  bool hasContent = false;           ///< a content has put something here
+  std::uint64_t loadedBytes = 0;         ///< bytes that contents have
+  bool hasContent = false;               ///< a content has put something here
 };
 
 /// Collects what contents and sets put into a map's memories. Refers to the map, the address space

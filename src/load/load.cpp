@@ -3,31 +3,35 @@
 #include <algorithm>
 #include <cstring>
 #include <deque>
-#include <new>
 #include <optional>
 #include <utility>
 
 #include "companion/json.h"
 #include "companion/output.h"
+#include "companion/program.h"
 #include "console/lines.h"
-#include "files/process.h"
 #include "files/read.h"
 #include "inputs/loading.h"
-#include "load/arguments.h"
 #include "load/check.h"
 #include "load/depfile.h"
 #include "load/messages.h"
+#include "load/options.h"
 #include "load/report.h"
 #include "load/sets.h"
 #include "reports/inputs.h"
 
 namespace {
 
+// The lines come together, so that no other program's come between them.
+void printReport(const std::string& lines) {
+  printDiagnostic(std::string_view(lines).substr(0, lines.size() - 1));
+}
+
 // One load, step by step. A step returns the sentence that says why it can't be done, empty if it
 // was done.
 class Load {
  public:
-  explicit Load(const Arguments& given) : arguments(given), messages(given.isQuiet) {}
+  explicit Load(const LoadOptions& given) : options(given), messages(given.isQuiet) {}
 
   // Does everything in memory. Nothing is written before that succeeds.
   std::string prepare() {
@@ -35,21 +39,21 @@ class Load {
     if (fault.empty()) fault = refuseOutputs();
     if (fault.empty()) fault = fillImages();
     if (!fault.empty()) return fault;
-    images->complete(bitstream, placement, arguments.keepsRest);
-    if (arguments.isCheck) differences = compareImages(map, placement, *images, bitstream);
+    images->complete(bitstream, placement, options.keepsRest);
+    if (options.isCheck) differences = compareImages(map, placement, *images, bitstream);
     changes = graftImages(map, placement, *images, bitstream, messages);
     return "";
   }
 
   // The rule comes first: if the bitstream then can't be written, make tries again.
   std::string write() const {
-    if (arguments.isCheck) return "";
-    if (arguments.depFile) {
+    if (options.isCheck) return "";
+    if (options.depFile) {
       if (std::string fault = writeDepFile(); !fault.empty()) return fault;
     }
-    if (arguments.isIfChanged && hasThisContents(*arguments.outputFile)) return "";
-    const bool isStandardOutput = *arguments.outputFile == "-";
-    return putFile(isStandardOutput ? "/dev/stdout" : *arguments.outputFile,
+    if (options.isIfChanged && hasThisContents(*options.outputFile)) return "";
+    const bool isStandardOutput = *options.outputFile == "-";
+    return putFile(isStandardOutput ? "/dev/stdout" : *options.outputFile,
                    {bitstream.getBytes(), bitstream.getNumBytes()}, bitIdentity);
   }
 
@@ -62,24 +66,24 @@ class Load {
                         changes,
                         differences ? &*differences : nullptr,
                         messages.getWarnings()};
-    if (!arguments.isQuiet) printDiagnosticText(spellReport(all));
+    if (!options.isQuiet) printReport(spellReport(all));
     StandardOutput output;
-    if (arguments.isJson) writeReport(all, output);
-    const bool isNo = arguments.isCheck && !all.isSame();
+    if (options.isJson) writeReport(all, output);
+    const bool isNo = options.isCheck && !all.isSame();
     return output.finish(isNo ? ExitStatus::NO : ExitStatus::FINE);
   }
 
  private:
   std::string readInputs() {
-    std::string fault = readMap(arguments.mapFile, map);
+    std::string fault = readMap(options.mapFile, map);
     if (!fault.empty()) return fault;
     addresses.emplace(map);
     fault = openBitstream();
-    for (const std::string& argument : arguments.contents) {
+    for (const std::string& argument : options.contents) {
       if (!fault.empty()) return fault;
       fault = readContent(argument, map, *addresses, contents.emplace_back());
     }
-    for (const std::string& file : arguments.symbolFiles) {
+    for (const std::string& file : options.symbolFiles) {
       if (!fault.empty()) return fault;
       fault = readSymbolFile(file, symbolFiles.emplace_back());
     }
@@ -87,14 +91,15 @@ class Load {
   }
 
   std::string openBitstream() {
-    const InputFault fault = loadBitstream(arguments.bitFile, bitstream, bitIdentity);
+    const InputFault fault = loadBitstream(options.bitFile, bitstream, bitIdentity);
     if (fault.kind != InputFault::Kind::NONE) return textOf(fault);
-    return placeMap(map, arguments.bitFile, bitstream, placement);
+    return placeMap(map, options.bitFile, bitstream, placement);
   }
 
   // All files that are read, but the bitstream.
-  std::vector<MapInput> inputsBesideBitstream() const {
-    std::vector<MapInput> inputs = map.inputs;
+  std::vector<ReadFile> inputsBesideBitstream() const {
+    std::vector<ReadFile> inputs;
+    for (const MapInput& input : map.inputs) inputs.push_back({input.name, input.identity});
     for (const Content& content : contents) inputs.push_back({content.file, content.identity});
     for (const Content& content : symbolFiles) inputs.push_back({content.file, content.identity});
     return inputs;
@@ -102,25 +107,25 @@ class Load {
 
   // An output may replace the bitstream that it was made from, and no other input.
   std::string refuseOutputs() const {
-    std::vector<MapInput> inputs = inputsBesideBitstream();
-    if (arguments.outputFile) {
-      if (std::string fault = refuseInput(*arguments.outputFile, inputs); !fault.empty()) {
+    std::vector<ReadFile> inputs = inputsBesideBitstream();
+    if (options.outputFile) {
+      if (std::string fault = refuseInput(*options.outputFile, inputs); !fault.empty()) {
         return fault;
       }
-      inputs.push_back({*arguments.outputFile, identityOf(*arguments.outputFile)});
+      inputs.push_back({*options.outputFile, identityOf(*options.outputFile)});
     }
-    inputs.push_back({arguments.bitFile, bitIdentity});
-    return arguments.depFile ? refuseInput(*arguments.depFile, inputs) : "";
+    inputs.push_back({options.bitFile, bitIdentity});
+    return options.depFile ? refuseInput(*options.depFile, inputs) : "";
   }
 
   std::string fillImages() {
     images.emplace(map, *addresses);
     for (const Content& content : contents) {
       for (const std::string& note : content.image.notes) messages.note(note);
-      const std::string fault = images->place(content, arguments.takesAnyByteOrder);
+      const std::string fault = images->place(content, options.takesAnyByteOrder);
       if (!fault.empty()) return fault;
     }
-    for (const std::string& argument : arguments.sets) {
+    for (const std::string& argument : options.sets) {
       SetValue& set = sets.emplace_back();
       const std::string fault = readSet(argument, map, *addresses, contents, symbolFiles, set);
       if (!fault.empty()) return fault;
@@ -137,16 +142,16 @@ class Load {
   }
 
   std::string writeDepFile() const {
-    std::vector<std::string> names = {arguments.bitFile};
-    for (const MapInput& input : inputsBesideBitstream()) {
+    std::vector<std::string> names = {options.bitFile};
+    for (const ReadFile& input : inputsBesideBitstream()) {
       if (input.name != "-") names.push_back(input.name);
     }
-    const std::string rule = spellRule(*arguments.outputFile, names);
-    if (rule.empty()) return *arguments.depFile + ": a file name with a line end fits no rule";
-    return putFile(*arguments.depFile, bytesOf(rule), {});
+    const std::string rule = spellRule(*options.outputFile, names);
+    if (rule.empty()) return *options.depFile + ": a file name with a line end fits no rule";
+    return putFile(*options.depFile, bytesOf(rule), {});
   }
 
-  const Arguments& arguments;
+  const LoadOptions& options;
   Messages messages;
   Map map;
   std::optional<AddressSpace> addresses;
@@ -172,34 +177,29 @@ ExitStatus fail(const std::string& fault, bool isJson) {
   return refuse(fault);
 }
 
-ExitStatus load(const Arguments& arguments) {
-  Load load(arguments);
-  std::string fault = load.prepare();
-  if (fault.empty()) fault = load.write();
-  return fault.empty() ? load.report() : fail(fault, arguments.isJson);
-}
-
-ExitStatus run(const Request& request) {
-  switch (request.kind) {
-    case Request::Kind::LOAD:
-      return load(request.arguments);
-    case Request::Kind::HELP:
-      return putResult(std::nullopt, request.text, {});
-    case Request::Kind::FAULT:
-      break;
+// The program's only command.
+struct LoadCommand : LoadOptions {
+  ExitStatus run() const {
+    std::string fault = contradiction();
+    if (!fault.empty()) return fail(fault + "; ramgraft-load --help explains", isJson);
+    Load load(*this);
+    fault = load.prepare();
+    if (fault.empty()) fault = load.write();
+    return fault.empty() ? load.report() : fail(fault, isJson);
   }
-  return refuse(request.text + "; ramgraft-load --help explains");
-}
+};
 
 }  // namespace
 
 int runLoad(int argc, const char* const argv[]) {
-  prepareProcess();
-  try {
-    return static_cast<int>(run(parseArguments(argc, argv)));
-    // GCOVR_EXCL_START: a limit on memory would do it, but leaves no room for the counts.
-  } catch (const std::bad_alloc&) {
-    return static_cast<int>(refuse("out of memory"));
-  }
-  // GCOVR_EXCL_STOP
+  constexpr Command LOAD = {"ramgraft-load", "Put firmware into the memories of a bitstream.",
+                            prepare<LoadCommand>};
+  return runCompanion(
+      LOAD,
+      "CONTENT: FILE (ELF, Intel HEX, S-record) or PLACE=FILE (also .bin, text words).\n"
+      "PLACE: an address, NAME or NAME+OFFSET of a memory; for --set also a symbol.\n"
+      "VALUE: DEADBEEF (bytes in address order), u8: u16: u32: u64: and a number, str:TEXT.\n"
+      "Exit status: 0 written (--check: has these contents already); 1 --check: has not; 2 could "
+      "not be done, nothing written.",
+      argc, argv);
 }

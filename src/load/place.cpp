@@ -37,10 +37,9 @@ std::optional<PlaceText> parsePlace(std::string_view text) {
 }
 
 bool isMemoryName(std::string_view name) {
-  return !name.empty() && isLetter(name.front()) &&
-         std::ranges::all_of(name, [](char character) {
-           return isLetter(character) || isDigit(character) || character == '.' || character == '-';
-         });
+  return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, [](char character) {
+    return isLetter(character) || isDigit(character) || character == '.' || character == '-';
+  });
 }
 
 std::optional<std::size_t> findMemory(const Map& map, std::string_view name) {

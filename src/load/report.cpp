@@ -4,8 +4,8 @@
 #include <array>
 
 #include "companion/json.h"
-#include "load/texts.h"
 #include "layout/number.h"
+#include "load/texts.h"
 #include "reports/text.h"
 
 namespace {
@@ -121,9 +121,8 @@ std::string spellSets(const Report& report, std::size_t nameWidth) {
   for (const SetValue& set : report.sets) {
     std::string head = "set";
     head.resize(std::max<std::size_t>(nameWidth, 3) + 3, ' ');
-    text += head + set.place + " " +
-            spellLocation(report.map.memories[set.memory], set.offset) + " = " +
-            spellBytes(set.bytes) + "\n";
+    text += head + set.place + " " + spellLocation(report.map.memories[set.memory], set.offset) +
+            " = " + spellBytes(set.bytes) + "\n";
   }
   return text;
 }
@@ -153,9 +152,9 @@ std::string spellCheck(const Report& report, std::size_t number) {
   const bool isWords = !memory.hasByteAddresses();
   const std::uint64_t unit = isWords ? memory.wordBytes() : 1;
   const std::uint64_t count = differences.bytes / unit;
-  std::string text = memory.name + ": " + to_string(count) + " of " +
-                     countOf(memory.bytes() / unit, isWords ? "word" : "byte")
-                         .append(differFor(count));
+  std::string text =
+      memory.name + ": " + to_string(count) + " of " +
+      countOf(memory.bytes() / unit, isWords ? "word" : "byte").append(differFor(count));
   if (count == 0 && changes.changedPayloads != 0) {
     text += ", but " + countOf(changes.changedPayloads, "EBR") +
             " has ninth bits or contents after the last word";
@@ -276,10 +275,9 @@ void writeReport(const Report& report, StandardOutput& output) {
   object.endList();
   object.beginList("sets");
   for (const SetValue& set : report.sets) {
-    object.addElement(
-        {{"place", set.place},
-         {"address", spellLocation(report.map.memories[set.memory], set.offset)},
-         {"bytes", spellBytes(set.bytes)}});
+    object.addElement({{"place", set.place},
+                       {"address", spellLocation(report.map.memories[set.memory], set.offset)},
+                       {"bytes", spellBytes(set.bytes)}});
   }
   object.endList();
   object.beginList("outside");

@@ -89,8 +89,8 @@ class SymbolSearch {
 
 // Finds the place of a name that isn't a number.
 std::string resolveName(const std::string& name, const Map& map,
-                        const std::deque<Content>& contents,
-                        const std::deque<Content>& symbolFiles, Place& place) {
+                        const std::deque<Content>& contents, const std::deque<Content>& symbolFiles,
+                        Place& place) {
   SymbolSearch search(name);
   for (const Content& content : contents) search.look(content);
   for (const Content& content : symbolFiles) search.look(content);

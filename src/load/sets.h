@@ -12,9 +12,9 @@
 
 /// One PLACE=VALUE that has been understood.
 struct SetValue {
-  std::string place;       ///< as given
-  std::size_t memory = 0;  ///< its number in the map
-  std::uint64_t offset = 0;  ///< of the first byte in the memory
+  std::string place;                 ///< as given
+  std::size_t memory = 0;            ///< its number in the map
+  std::uint64_t offset = 0;          ///< of the first byte in the memory
   std::vector<unsigned char> bytes;  ///< in address order; at least one, all of them in the memory
 };
 

@@ -86,24 +86,28 @@ std::string detailOf(const Lookup& lookup, const Bitstream& bitstream) {
 }
 
 // A base file that is damaged, or that the width file doesn't fit, shows in the old CRC.
+std::string crcWarningOf(const CrcCheck& crc, const std::string& wid) {
+  return "wid " + excerptOf(wid) + ": the CRC of the old contents is 0x" + toHex16(crc.stored) +
+         ", should be 0x" + toHex16(crc.computed) +
+         ": the bitstream may be damaged, or the wid file may not fit it";
+}
+
 std::vector<std::string> warningsOf(const GraftReport& report, const std::string& wid) {
   std::vector<std::string> warnings;
-  const CrcCheck& crc = report.oldCrc;
-  const auto add = [&](const std::string& text) {
-    warnings.push_back("wid " + excerptOf(wid) + ": " + text);
-  };
-  if (crc.verdict == CrcCheck::Verdict::WRONG) {
-    add("the CRC of the old contents is 0x" + toHex16(crc.stored) + ", should be 0x" +
-        toHex16(crc.computed) + ": the bitstream may be damaged, or the wid file may not fit it");
+  if (report.oldCrc.verdict == CrcCheck::Verdict::WRONG) {
+    warnings.push_back(crcWarningOf(report.oldCrc, wid));
   }
+  const std::string ebr = "wid " + excerptOf(wid) + ": ";
   if (report.givenWords > report.writtenWords) {
-    add("the memory file gives " + to_string(report.givenWords) +
-        " words of 8 bits, the EBR takes " + to_string(report.writtenWords) +
-        ": the rest is not written");
+    warnings.push_back(ebr + "the memory file gives " + to_string(report.givenWords) +
+                       " words of 8 bits, the EBR takes " + to_string(report.writtenWords) +
+                       ": the rest is not written");
   }
   if (report.hiddenCommand != NOT_FOUND) {
-    add("the new contents end like an EBR address section, which hides the EBR command at bit " +
-        to_string(report.hiddenCommand) + " from every search");
+    warnings.push_back(ebr +
+                       "the new contents end like an EBR address section, which hides the EBR "
+                       "command at bit " +
+                       to_string(report.hiddenCommand) + " from every search");
   }
   return warnings;
 }

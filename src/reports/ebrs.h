@@ -25,6 +25,9 @@ std::string detailOf(const EbrCommand& command, const Bitstream& bitstream);
 /// What ramgraft reports of an EBR that can't be used, after "ERROR: ".
 std::string detailOf(const Lookup& lookup, const Bitstream& bitstream);
 
+/// What a wrong CRC of the old contents says about the bitstream. The wid is that of the EBR.
+std::string crcWarningOf(const CrcCheck& crc, const std::string& wid);
+
 /// A sentence for each thing that is probably a mistake. The wid is that of the EBR.
 std::vector<std::string> warningsOf(const GraftReport& report, const std::string& wid);
 

@@ -36,6 +36,9 @@ std::string textOf(const InputFault& fault) {
       return "can't read file " + fault.file + ": " + std::strerror(fault.error);
     case Kind::CHANGED:
       return "can't read file " + fault.file + ": it was changed while in use";
+    case Kind::TOO_LARGE:
+      return "can't read file " + fault.file + ": it has more than " + to_string(MOST_INPUT_BYTES) +
+             " bytes";
     case Kind::NO_LINES:
       return placeOf(fault) + "the width file is empty";
     case Kind::NO_WID:
