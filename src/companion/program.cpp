@@ -8,7 +8,7 @@
 
 namespace {
 
-ExitStatus run(const Command& program, const char* footer, int argc, const char* const argv[]) {
+ExitStatus run(const Program& program, const char* footer, int argc, const char* const argv[]) {
   CLI::App app(program.help, program.name);
   app.set_version_flag("--version", std::string(program.name) + " " RAMGRAFT_VERSION,
                        "Print the version");
@@ -28,7 +28,7 @@ ExitStatus run(const Command& program, const char* footer, int argc, const char*
 
 }  // namespace
 
-int runCompanion(const Command& program, const char* footer, int argc, const char* const argv[]) {
+int runCompanion(const Program& program, const char* footer, int argc, const char* const argv[]) {
   prepareProcess();
   try {
     return static_cast<int>(run(program, footer, argc, argv));

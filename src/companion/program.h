@@ -15,14 +15,14 @@ class App;
 using Action = std::function<ExitStatus()>;
 
 /// A program, or a subcommand of one.
-struct Command {
+struct Program {
   const char* name;
   const char* help;  ///< one line
   /// Adds the options to `app`. Returns what is to be done with their values.
   Action (*prepare)(CLI::App& app);
 };
 
-/// Command::prepare() of a command whose options are the members of `Options`, with
+/// Program::prepare() of a command whose options are the members of `Options`, with
 /// `void addTo(CLI::App&)` and `ExitStatus run() const`.
 template <typename Options>
 Action prepare(CLI::App& app) {
@@ -34,6 +34,6 @@ Action prepare(CLI::App& app) {
 /// Prepares the process (prepareProcess()), parses the arguments of main() and does what they ask
 /// for: help, with `footer` below it, the version, or the program's action. Returns the exit
 /// status; when it is FAILED, the reason has been printed on standard error.
-int runCompanion(const Command& program, const char* footer, int argc, const char* const argv[]);
+int runCompanion(const Program& program, const char* footer, int argc, const char* const argv[]);
 
 #endif

@@ -40,6 +40,8 @@ struct EbrCommand {
 
   /// Bits of the payload.
   std::uint64_t payloadBits() const { return frameCount * FRAME_BITS; }
+  /// Bytes of contents that the payload holds.
+  std::uint64_t contentsBytes() const { return frameCount * FRAME_PAYLOAD_WORDS; }
   /// Bit index of the CRC field's first bit.
   std::uint64_t crcIndex() const { return payloadIndex + payloadBits(); }
 };

@@ -2,25 +2,12 @@
 
 InputFault faultOf(const ReadResult& result, const std::string& file) {
   using Kind = InputFault::Kind;
+  constexpr Kind KINDS[] = {Kind::NONE, Kind::CANT_OPEN, Kind::CANT_READ, Kind::CHANGED,
+                            Kind::TOO_LARGE};
   InputFault fault;
+  fault.kind = KINDS[static_cast<std::size_t>(result.outcome)];
   fault.file = file;
   fault.error = result.error;
-  switch (result.outcome) {
-    case ReadResult::Outcome::DONE:
-      break;
-    case ReadResult::Outcome::CANT_OPEN:
-      fault.kind = Kind::CANT_OPEN;
-      break;
-    case ReadResult::Outcome::CANT_READ:
-      fault.kind = Kind::CANT_READ;
-      break;
-    case ReadResult::Outcome::CHANGED:
-      fault.kind = Kind::CHANGED;
-      break;
-    case ReadResult::Outcome::TOO_LARGE:
-      fault.kind = Kind::TOO_LARGE;
-      break;
-  }
   return fault;
 }
 

@@ -49,8 +49,7 @@ BitDifferences compareBits(const Bitstream& a, const Bitstream& b, std::uint64_t
 
 // An EBR that differs.
 struct ChangedEbr {
-  std::size_t section = 0;
-  std::uint64_t opcodeIndex = 0;  // bit index
+  EbrCommand command;
   std::uint64_t payloadBits = 0;
   bool isCrcChanged = false;
 };
@@ -79,7 +78,7 @@ Differences compareStreams(const SectionTable& table, const Bitstream& changed) 
         compareBits(old, changed, command.payloadIndex, command.crcIndex()).count;
     const bool isCrcChanged = compareBits(old, changed, command.crcIndex(), crcEnd).count != 0;
     if (payloadBits == 0 && !isCrcChanged) continue;
-    found.changed.push_back({i, command.opcodeIndex, payloadBits, isCrcChanged});
+    found.changed.push_back({command, payloadBits, isCrcChanged});
   }
   found.outside.add(compareBits(old, changed, compared, old.getNumBits()));
   return found;
@@ -87,8 +86,8 @@ Differences compareStreams(const SectionTable& table, const Bitstream& changed) 
 
 void printText(const SectionTable& table, const Differences& differences, StandardOutput& output) {
   for (const ChangedEbr& ebr : differences.changed) {
-    std::string line = "EBR " + table.getIdentifier(ebr.section) + " at bit ";
-    line += to_string(ebr.opcodeIndex) + ": " + countOf(ebr.payloadBits, "payload bit");
+    std::string line = "EBR " + table.getIdentifier(ebr.command) + " at bit ";
+    line += to_string(ebr.command.opcodeIndex) + ": " + countOf(ebr.payloadBits, "payload bit");
     line += ebr.isCrcChanged ? " and the CRC differ\n"
                              : std::string(differFor(ebr.payloadBits)) + ", the CRC doesn't\n";
     output.write(line);
@@ -107,8 +106,8 @@ void printJson(const SectionTable& table, const Differences& differences, Standa
   object.add("same", differences.isNone());
   object.beginList("sections");
   for (const ChangedEbr& ebr : differences.changed) {
-    object.addElement({{"identifier", table.getIdentifier(ebr.section)},
-                       {"bit", ebr.opcodeIndex},
+    object.addElement({{"identifier", table.getIdentifier(ebr.command)},
+                       {"bit", ebr.command.opcodeIndex},
                        {"payloadBits", ebr.payloadBits},
                        {"crc", ebr.isCrcChanged}});
   }
@@ -167,4 +166,4 @@ struct Diff {
 
 }  // namespace
 
-const Command DIFF = {"diff", "Show in which EBRs two bitstreams differ", prepare<Diff>};
+const Program DIFF = {"diff", "Show in which EBRs two bitstreams differ", prepare<Diff>};

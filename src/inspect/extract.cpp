@@ -62,7 +62,7 @@ MemoryWords readWords(const Bitstream& bitstream, const std::vector<std::string>
   std::vector<unsigned char> contents;
   for (std::size_t ebr = 0; ebr < commands.size(); ++ebr) {
     const EbrCommand& command = commands[ebr];
-    const ContentsFacts facts = readContents(bitstream, command, contentsBytes(command), contents);
+    const ContentsFacts facts = readContents(bitstream, command, command.contentsBytes(), contents);
     putColumn(words, ebr, contents);
     printWarnings(wids[ebr], facts, words.getColumnBits(ebr), contents);
   }
@@ -105,4 +105,4 @@ struct Extract {
 
 }  // namespace
 
-const Command EXTRACT = {"extract", "Take the contents of a memory out", prepare<Extract>};
+const Program EXTRACT = {"extract", "Take the contents of a memory out", prepare<Extract>};

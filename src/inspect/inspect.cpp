@@ -7,12 +7,12 @@
 namespace {
 
 // In the order of the help.
-const Command* const SUBCOMMANDS[] = {&LIST, &EXTRACT, &VERIFY, &DIFF, &LOCATE};
+const Program* const SUBCOMMANDS[] = {&LIST, &EXTRACT, &VERIFY, &DIFF, &LOCATE};
 
 Action addSubcommands(CLI::App& app) {
   app.require_subcommand(1);
   const auto chosen = std::make_shared<Action>();
-  for (const Command* const each : SUBCOMMANDS) {
+  for (const Program* const each : SUBCOMMANDS) {
     CLI::App& subcommand = *app.add_subcommand(each->name, each->help);
     subcommand.callback([chosen, action = each->prepare(subcommand)] { *chosen = action; });
   }
@@ -22,7 +22,7 @@ Action addSubcommands(CLI::App& app) {
 }  // namespace
 
 int runInspect(int argc, const char* const argv[]) {
-  constexpr Command INSPECT = {
+  constexpr Program INSPECT = {
       "ramgraft-inspect",
       "See what a bitstream contains, take contents out, verify, compare, locate them.",
       addSubcommands};

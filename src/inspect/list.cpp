@@ -30,9 +30,9 @@ void forEachEbr(const SectionTable& table, const Show& show) {
     ListedEbr ebr;
     ebr.command = table.getCommand(i);
     if (ebr.command.fault != CommandFault::NONE) continue;
-    ebr.identifier = table.getIdentifier(i);
+    ebr.identifier = table.getIdentifier(ebr.command);
     ebr.facts =
-        readContents(table.getBitstream(), ebr.command, contentsBytes(ebr.command), contents);
+        readContents(table.getBitstream(), ebr.command, ebr.command.contentsBytes(), contents);
     ebr.used = contents.size() -
                static_cast<std::uint64_t>(std::count(contents.begin(), contents.end(), 0));
     ebr.isHidden = table.isHidden(i);
@@ -45,56 +45,40 @@ template <typename Show>
 void forEachOther(const SectionTable& table, const Show& show) {
   for (std::size_t i = 0; i < table.size(); ++i) {
     const EbrCommand command = table.getCommand(i);
-    if (command.fault != CommandFault::NONE) show(table.getIdentifier(i), command);
+    if (command.fault != CommandFault::NONE) show(table.getIdentifier(command), command);
   }
 }
 
 // ---- As text ----
-
-std::string alignLeft(std::string text, std::size_t width) {
-  text.resize(std::max(width, text.size()), ' ');
-  return text;
-}
-
-std::string alignRight(const std::string& text, std::size_t width) {
-  return std::string(width - std::min(width, text.size()), ' ') + text;
-}
 
 // Bit 8k + b is bit b of byte k.
 std::string byteAndBit(std::uint64_t bitIndex) {
   return to_string(bitIndex / 8) + "." + to_string(bitIndex % 8);
 }
 
-// How wide the columns of both tables are.
+// How wide the columns are. Both tables begin with the same three.
 class TableLayout {
  public:
   explicit TableLayout(const SectionTable& table)
-      : identifierWidth(std::max<std::size_t>(table.getIdentifierBits(), 10)),
-        bitWidth(std::max<std::size_t>(to_string(table.getBitstream().getNumBits()).size(), 8)) {}
-
-  // A line; what comes last isn't aligned.
-  std::string line(const std::string& identifier, const std::string& bit, const std::string& place,
-                   const std::array<std::string, 3>& counts, const std::string& last) const {
-    std::string text = start(identifier, bit, place);
-    for (const std::string& count : counts) text += "  " + alignRight(count, COUNT_WIDTH);
-    return text + "  " + last + "\n";
+      : widths{std::max<std::size_t>(table.getIdentifierBits(), 10), 0, 0, 7, 7, 7} {
+    widths[1] = std::max<std::size_t>(to_string(table.getBitstream().getNumBits()).size(), 8);
+    widths[2] = widths[1] + 1;
   }
 
-  std::string shortLine(const std::string& identifier, const std::string& bit,
-                        const std::string& place, const std::string& last) const {
-    return start(identifier, bit, place) + "  " + last + "\n";
+  // A line: the first cell aligned to the left, the last one not at all, the others to the right.
+  std::string line(std::string text, std::initializer_list<std::string> cells,
+                   std::string_view last) const {
+    std::size_t column = 0;
+    text.resize(std::max(widths[column], text.size()), ' ');
+    for (const std::string& cell : cells) {
+      const std::size_t width = std::max(widths[++column], cell.size());
+      text.append(2 + width - cell.size(), ' ').append(cell);
+    }
+    return text.append("  ").append(last).append("\n");
   }
 
  private:
-  static constexpr std::size_t COUNT_WIDTH = 7;
-
-  std::string start(const std::string& identifier, const std::string& bit,
-                    const std::string& place) const {
-    return alignLeft(identifier, identifierWidth) + "  " + alignRight(bit, bitWidth) + "  " +
-           alignRight(place, bitWidth + 1);
-  }
-
-  std::size_t identifierWidth, bitWidth;
+  std::array<std::size_t, 6> widths;
 };
 
 // What the last line says.
@@ -105,7 +89,7 @@ struct Totals {
   void add(const ListedEbr& ebr) {
     ++ebrs;
     frames += ebr.command.frameCount;
-    bytes += contentsBytes(ebr.command);
+    bytes += ebr.command.contentsBytes();
     used += ebr.used;
     hidden += ebr.isHidden ? 1 : 0;
     ++verdicts[static_cast<std::size_t>(ebr.facts.crc.verdict)];
@@ -132,20 +116,21 @@ std::string remarksOn(const ListedEbr& ebr) {
 }
 
 void printEbrs(const SectionTable& table, const TableLayout& layout, StandardOutput& output) {
-  output.write(layout.line("identifier", "bit", "byte.bit", {"frames", "bytes", "used"}, "CRC"));
+  output.write(layout.line("identifier", {"bit", "byte.bit", "frames", "bytes", "used"}, "CRC"));
   Totals totals;
   forEachEbr(table, [&](const ListedEbr& ebr) {
     totals.add(ebr);
-    const std::uint64_t bit = ebr.command.opcodeIndex;
-    output.write(layout.line(ebr.identifier, to_string(bit), byteAndBit(bit),
-                             {to_string(ebr.command.frameCount),
-                              to_string(contentsBytes(ebr.command)), to_string(ebr.used)},
-                             remarksOn(ebr)));
+    const EbrCommand& command = ebr.command;
+    output.write(layout.line(
+        ebr.identifier,
+        {to_string(command.opcodeIndex), byteAndBit(command.opcodeIndex),
+         to_string(command.frameCount), to_string(command.contentsBytes()), to_string(ebr.used)},
+        remarksOn(ebr)));
   });
-  output.write(
-      layout.line(countOf(totals.ebrs, "EBR"), "", "",
-                  {to_string(totals.frames), to_string(totals.bytes), to_string(totals.used)},
-                  totals.summary()));
+  output.write(layout.line(
+      countOf(totals.ebrs, "EBR"),
+      {"", "", to_string(totals.frames), to_string(totals.bytes), to_string(totals.used)},
+      totals.summary()));
 }
 
 void printOthers(const SectionTable& table, const TableLayout& layout, StandardOutput& output) {
@@ -153,12 +138,12 @@ void printOthers(const SectionTable& table, const TableLayout& layout, StandardO
   forEachOther(table, [&](const std::string& identifier, const EbrCommand& command) {
     if (isFirst) {
       output.write("\nSections without contents, data that looks like an address:\n");
-      output.write(layout.shortLine("identifier", "bit", "byte.bit", "reason"));
+      output.write(layout.line("identifier", {"bit", "byte.bit"}, "reason"));
     }
     isFirst = false;
-    output.write(layout.shortLine(identifier, to_string(command.opcodeIndex),
-                                  byteAndBit(command.opcodeIndex),
-                                  std::string(textOf(command.fault))));
+    output.write(layout.line(identifier,
+                             {to_string(command.opcodeIndex), byteAndBit(command.opcodeIndex)},
+                             textOf(command.fault)));
   });
 }
 
@@ -176,7 +161,7 @@ Json toJson(const ListedEbr& ebr) {
   return {{"identifier", ebr.identifier},
           {"bit", ebr.command.opcodeIndex},
           {"frames", ebr.command.frameCount},
-          {"bytes", contentsBytes(ebr.command)},
+          {"bytes", ebr.command.contentsBytes()},
           {"used", ebr.used},
           {"ninthBits", ebr.facts.ninthBits},
           {"crc", nameOf(crc.verdict)},
@@ -230,4 +215,4 @@ struct List {
 
 }  // namespace
 
-const Command LIST = {"list", "Show the EBRs that a bitstream contains", prepare<List>};
+const Program LIST = {"list", "Show the EBRs that a bitstream contains", prepare<List>};

@@ -51,6 +51,8 @@ bool loadWords(const std::string& fileName, KnownWords& known) {
   return fault.empty();
 }
 
+using Identifiers = std::function<std::string(std::size_t ebr)>;
+
 // The first few of the items as text.
 template <typename Items, typename ToText>
 std::string enumerate(const Items& items, const ToText& toText) {
@@ -67,7 +69,7 @@ std::string describe(const Fit& fit) {
          countOf(fit.numColumns, "EBR");
 }
 
-void explainAmbiguity(const Fit& fit, const ReachableEbrs& ebrs) {
+void explainAmbiguity(const Fit& fit, const Identifiers& identifiers) {
   const auto match =
       std::ranges::find_if(fit.matches, [](const ColumnMatch& each) { return !each.isUnique(); });
   const auto wordBits = [&](std::uint64_t column) {
@@ -75,19 +77,18 @@ void explainAmbiguity(const Fit& fit, const ReachableEbrs& ebrs) {
     const std::uint64_t high = low + fit.bitsPerEbr - 1;
     return high == low ? to_string(low) : to_string(high) + ":" + to_string(low);
   };
-  const auto identifier = [&](std::size_t ebr) { return ebrs.identifiers[ebr]; };
   printDiagnostic("not located: with ", describe(fit),
                   ", the contents can't tell EBRs apart: ", "bits ",
                   enumerate(match->columns, wordBits), " of the words are found in ",
-                  enumerate(match->ebrs, identifier));
+                  enumerate(match->ebrs, identifiers));
 }
 
 // Says why there is no single answer.
-void explain(const Fits& fits, const ReachableEbrs& ebrs) {
+void explain(const Fits& fits, const Identifiers& identifiers) {
   if (fits.unique.size() > 1) {
     printDiagnostic("not located: more than one way fits: ", enumerate(fits.unique, describe));
   } else if (!fits.ambiguous.empty()) {
-    explainAmbiguity(fits.ambiguous.front(), ebrs);
+    explainAmbiguity(fits.ambiguous.front(), identifiers);
   } else {
     printDiagnostic("not located: the best try is ", describe(fits.best), ": ",
                     to_string(fits.best.numFound), " of ", countOf(fits.best.numColumns, "column"),
@@ -124,19 +125,23 @@ struct Locate {
     if (!loadWords(memFile, known) || !openStream(bitFile, stream)) return ExitStatus::FAILED;
     const std::optional<SectionTable> table = findSections(stream, identifierBits);
     if (!table) return ExitStatus::FAILED;
-    const ReachableEbrs ebrs = findReachable(*table);
+    const std::vector<EbrCommand> ebrs = findReachable(*table);
+    const auto identifiers = [&](std::size_t ebr) { return table->getIdentifier(ebrs[ebr]); };
     const Fits fits = findFits(stream.bitstream, ebrs, known.words, known.dataWidth);
     if (fits.unique.size() != 1) {
-      explain(fits, ebrs);
+      explain(fits, identifiers);
       return ExitStatus::NO;
     }
     const Widths widths = {addressWidthFor(known.count()), static_cast<int>(known.dataWidth)};
-    return putResult(outputFile, spellWidthFile(fits.unique.front().identifiersIn(ebrs), widths),
-                     stream.identity);
+    std::vector<std::string> wids(fits.unique.front().numColumns);
+    for (const ColumnMatch& match : fits.unique.front().matches) {
+      wids[match.columns.front()] = identifiers(match.ebrs.front());
+    }
+    return putResult(outputFile, spellWidthFile(wids, widths), stream.identity);
   }
 };
 
 }  // namespace
 
-const Command LOCATE = {"locate", "Find the EBRs that hold known contents: write the .wid",
+const Program LOCATE = {"locate", "Find the EBRs that hold known contents: write the .wid",
                         prepare<Locate>};

@@ -172,5 +172,5 @@ struct Verify {
 
 }  // namespace
 
-const Command VERIFY = {"verify", "Check that a bitstream contains a memory's contents",
+const Program VERIFY = {"verify", "Check that a bitstream contains a memory's contents",
                         prepare<Verify>};

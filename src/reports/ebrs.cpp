@@ -5,36 +5,21 @@
 using std::to_string;
 
 std::string_view nameOf(CrcCheck::Verdict verdict) {
-  switch (verdict) {
-    case CrcCheck::Verdict::RIGHT:
-      return "right";
-    case CrcCheck::Verdict::EMPTY:
-      return "empty";
-    case CrcCheck::Verdict::WRONG:
-      return "wrong";
-    case CrcCheck::Verdict::UNCHECKABLE:
-      break;
-  }
-  return "uncheckable";
+  constexpr std::string_view NAMES[] = {"right", "empty", "wrong", "uncheckable"};
+  return NAMES[static_cast<std::size_t>(verdict)];
 }
 
 std::string_view textOf(CommandFault fault) {
-  switch (fault) {
-    case CommandFault::NO_IDENTIFIER:
-      return "the bitstream ends inside the identifier";
-    case CommandFault::NO_UNCHECKED_BITS:
-      return "the bitstream ends after the identifier";
-    case CommandFault::NO_WRITE_OPCODE:
-      return "no TAV_EBR_WRITE";
-    case CommandFault::NO_CRC_DUMMY_FLAGS:
-      return "no CRC/dummy bits after TAV_EBR_WRITE";
-    case CommandFault::NO_FRAME_COUNT:
-      return "the bitstream ends inside the frame count";
-    case CommandFault::NO_PAYLOAD:
-    case CommandFault::NONE:  // nothing to say, and nobody asks
-      break;
-  }
-  return "the bitstream ends inside the payload";
+  constexpr std::string_view TEXTS[] = {
+      "nothing",
+      "the bitstream ends inside the identifier",
+      "the bitstream ends after the identifier",
+      "no TAV_EBR_WRITE",
+      "no CRC/dummy bits after TAV_EBR_WRITE",
+      "the bitstream ends inside the frame count",
+      "the bitstream ends inside the payload",
+  };
+  return TEXTS[static_cast<std::size_t>(fault)];
 }
 
 std::string textOf(const Lookup& lookup) {

@@ -29,13 +29,6 @@ void pushFiller(Bitstream& bitstream) {
   pushBits(bitstream, std::string(98, '1'));
 }
 
-// Prints the bytes found instead of the two expected ones, as far as there are any.
-// GCOVR_EXCL_START: only a wrong conversion leads here
-void printFirstTwo(const std::vector<unsigned char>& bytes) {
-  for (std::size_t i = 0; i < bytes.size() && i < 2; ++i) printLine(std::to_string(bytes[i]));
-}
-// GCOVR_EXCL_STOP
-
 }  // namespace
 
 bool test_findBits(BitstreamTraverser& traverser) {
@@ -67,23 +60,11 @@ bool test_expectBits(BitstreamTraverser& traverser) {
 
 bool test_checkBitsValue() {
   printLine("test_checkBitsValue()");
-  struct Case {
-    std::list<bool> bits;
-    const char* value;
-    bool expected;
-    const char* failure;
-  };
-  const std::array<Case, 4> cases = {{
-      {{false}, "0", true, "checkBitsValues(0,0) returned false"},
-      {{true}, "1", true, "checkBitsValues(1,1) returned false"},
-      {{true, false}, "10", true, "checkBitsValue(10, 10) returned false"},
-      {{true}, "0", false, "checkBitsValue(0,1) returned true"},
-  }};  // GCOVR_EXCL_LINE: cleans up after an exception
-  bool passed = true;
-  for (const Case& row : cases) {
-    if (!expectThat(checkBitsValue(row.bits, row.value) == row.expected, row.failure))
-      passed = false;  // GCOVR_EXCL_LINE: only a wrong comparison leads here
-  }
+  bool passed = expectThat(checkBitsValue({false}, "0"), "checkBitsValues(0,0) returned false");
+  passed &= expectThat(checkBitsValue({true}, "1"), "checkBitsValues(1,1) returned false");
+  passed &=
+      expectThat(checkBitsValue({true, false}, "10"), "checkBitsValue(10, 10) returned false");
+  passed &= expectThat(!checkBitsValue({true}, "0"), "checkBitsValue(0,1) returned true");
   return passed;
 }
 
@@ -132,39 +113,32 @@ bool test_findEbrDataSection() {
 
 bool test_hexStringToBytes() {
   printLine("test_hexStringToBytes()");
-  struct Case {
-    const char* digits;
-    std::vector<unsigned char> expected;
-    const char* failure;
-  };
-  const std::array<Case, 4> cases = {{
-      {"0F", {15}, "hexStringToBytes(F) != 15"},
-      {"03", {3}, "hexStringToBytes(3) != 3"},
-      {"6A", {106}, "hexStringToBytes(6A) != 106"},
-      {"4C5D", {76, 93}, "hexStringToBytes(4C5D) != 76, 93"},
-  }};  // GCOVR_EXCL_LINE: cleans up after an exception
   std::vector<unsigned char> bytes;
-  for (const Case& row : cases) {
+  const auto isTaken = [&](const char* digits) {
     bytes.clear();
-    hexStringToBytes(row.digits, bytes);
-    if (!expectThat(bytes == row.expected, row.failure)) return false;
-  }
-  bytes.clear();
-  if (!expectThat(!hexStringToBytes("ZZZZ", bytes), "hexStringToBytes(ZZZ) returned true"))
-    return false;  // GCOVR_EXCL_LINE: only a wrong conversion leads here
-  bytes.clear();
-  hexStringToBytes("FFF", bytes);
-  const bool isOddCountRight = bytes == std::vector<unsigned char>{15, 255};
-  if (!isOddCountRight) printFirstTwo(bytes);
-  return expectThat(isOddCountRight, "hexStringToBytes(FFF) != 15, 255");
+    return hexStringToBytes(digits, bytes);
+  };
+  const auto gives = [&](const char* digits, const std::vector<unsigned char>& expected) {
+    return isTaken(digits) && bytes == expected;
+  };
+  const bool passed = expectThat(gives("0F", {15}), "hexStringToBytes(F) != 15") &&
+                      expectThat(gives("03", {3}), "hexStringToBytes(3) != 3") &&
+                      expectThat(gives("6A", {106}), "hexStringToBytes(6A) != 106") &&
+                      expectThat(gives("4C5D", {76, 93}), "hexStringToBytes(4C5D) != 76, 93") &&
+                      expectThat(!isTaken("ZZZZ"), "hexStringToBytes(ZZZ) returned true");
+  if (!passed || gives("FFF", {15, 255})) return passed;
+  // GCOVR_EXCL_START: only a wrong conversion leads here
+  for (std::size_t i = 0; i < bytes.size() && i < 2; ++i) printLine(std::to_string(bytes[i]));
+  return expectThat(false, "hexStringToBytes(FFF) != 15, 255");
+  // GCOVR_EXCL_STOP
 }
 
 bool test_bytesToBits() {
   printLine("test_bytesToBits()");
   std::vector<bool> bits;
   bytesToBits({0xF0, 0x55}, bits);
-  if (!expectThat(bits.size() == 16, "num bits is ", std::to_string(bits.size()))) return false;
-  return expectThat(bits == std::vector<bool>{1, 1, 1, 1, 0, 0, 0, 0, 0, 1, 0, 1, 0, 1, 0, 1},
+  return expectThat(bits.size() == 16, "num bits is ", std::to_string(bits.size())) &&
+         expectThat(bits == std::vector<bool>{1, 1, 1, 1, 0, 0, 0, 0, 0, 1, 0, 1, 0, 1, 0, 1},
                     "conversion failed");
 }
 

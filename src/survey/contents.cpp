@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "ebr/format.h"
 #include "ebr/payload.h"
 
 ContentsFacts readContents(const Bitstream& bitstream, const EbrCommand& command,
@@ -12,10 +11,6 @@ ContentsFacts readContents(const Bitstream& bitstream, const EbrCommand& command
   facts.ninthBits = readPayload(bitstream, command.payloadIndex, contents);
   facts.crc = checkCrc(bitstream, command);
   return facts;
-}
-
-std::uint64_t contentsBytes(const EbrCommand& command) {
-  return command.frameCount * FRAME_PAYLOAD_WORDS;
 }
 
 bool hasBitsFrom(std::uint64_t begin, std::span<const unsigned char> contents) {

@@ -24,9 +24,6 @@ struct ContentsFacts {
 ContentsFacts readContents(const Bitstream& bitstream, const EbrCommand& command,
                            std::uint64_t numWords, std::vector<unsigned char>& contents);
 
-/// Bytes of contents that the payload of a command holds.
-std::uint64_t contentsBytes(const EbrCommand& command);
-
 /// True if one of the bits from `begin` on isn't 0; the first bit of the contents is the least
 /// significant one of the first byte.
 bool hasBitsFrom(std::uint64_t begin, std::span<const unsigned char> contents);

@@ -3,27 +3,17 @@
 #include <algorithm>
 #include <utility>
 
-ReachableEbrs findReachable(const SectionTable& table) {
-  ReachableEbrs found;
+std::vector<EbrCommand> findReachable(const SectionTable& table) {
+  std::vector<EbrCommand> found;
   for (std::size_t i = 0; i < table.size(); ++i) {
     const EbrCommand command = table.getCommand(i);
-    if (command.fault != CommandFault::NONE || table.isHidden(i)) continue;
-    found.commands.push_back(command);
-    found.identifiers.push_back(table.getIdentifier(i));
+    if (command.fault == CommandFault::NONE && !table.isHidden(i)) found.push_back(command);
   }
   return found;
 }
 
 bool Fit::isUnique() const {
   return isWhole() && std::ranges::all_of(matches, &ColumnMatch::isUnique);
-}
-
-std::vector<std::string> Fit::identifiersIn(const ReachableEbrs& ebrs) const {
-  std::vector<std::string> identifiers(numColumns);
-  for (const ColumnMatch& match : matches) {
-    identifiers[match.columns.front()] = ebrs.identifiers[match.ebrs.front()];
-  }
-  return identifiers;
 }
 
 void Fits::add(Fit fit) {
@@ -37,7 +27,7 @@ void Fits::add(Fit fit) {
   }
 }
 
-Fits findFits(const Bitstream& bitstream, const ReachableEbrs& ebrs, MemoryWords& words,
+Fits findFits(const Bitstream& bitstream, const std::vector<EbrCommand>& ebrs, MemoryWords& words,
               std::uint64_t dataWidth) {
   constexpr std::uint64_t MOST_EBRS = 65536;  // spares time for lines of millions of digits
   Fits fits;
@@ -47,7 +37,7 @@ Fits findFits(const Bitstream& bitstream, const ReachableEbrs& ebrs, MemoryWords
     fit.bitsPerEbr = dataWidth / count;
     fit.numColumns = count;
     words.deal(count, fit.bitsPerEbr);
-    fit.matches = matchColumns(bitstream, ebrs.commands, words);
+    fit.matches = matchColumns(bitstream, ebrs, words);
     for (const ColumnMatch& match : fit.matches) fit.numFound += match.columns.size();
     fits.add(std::move(fit));
   }

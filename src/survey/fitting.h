@@ -4,19 +4,13 @@
 #define RAMGRAFT_SURVEY_FITTING_H
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "survey/matching.h"
 #include "survey/sections.h"
 
-/// The EBRs that a run can get to.
-struct ReachableEbrs {
-  std::vector<EbrCommand> commands;
-  std::vector<std::string> identifiers;
-};
-
-ReachableEbrs findReachable(const SectionTable& table);
+/// The commands of the EBRs that a run can get to.
+std::vector<EbrCommand> findReachable(const SectionTable& table);
 
 /// One way of dealing out the words, and where the columns were found.
 struct Fit {
@@ -27,8 +21,6 @@ struct Fit {
 
   bool isWhole() const { return numFound == numColumns; }
   bool isUnique() const;
-  /// For a unique fit: the identifiers of the EBRs that hold the columns, in their order.
-  std::vector<std::string> identifiersIn(const ReachableEbrs& ebrs) const;
 };
 
 /// The ways in which every column was found, and of the others the best.
@@ -41,7 +33,7 @@ struct Fits {
 
 /// Tries every number of EBRs that divides `dataWidth`, up to more than any device has. The words
 /// are of `dataWidth` bits each; how they are dealt out afterwards isn't defined.
-Fits findFits(const Bitstream& bitstream, const ReachableEbrs& ebrs, MemoryWords& words,
+Fits findFits(const Bitstream& bitstream, const std::vector<EbrCommand>& ebrs, MemoryWords& words,
               std::uint64_t dataWidth);
 
 #endif

@@ -12,7 +12,6 @@
 #include "ebr/columns.h"
 #include "ebr/format.h"
 #include "ebr/payload.h"
-#include "survey/contents.h"
 
 namespace {
 
@@ -49,7 +48,7 @@ class Matcher {
     std::vector<Item> columnItems(words.getNumEbrs()), ebrItems;
     for (std::size_t i = 0; i < columnItems.size(); ++i) columnItems[i].number = i;
     for (std::size_t i = 0; i < ebrs.size(); ++i) {
-      if (contentsBytes(ebrs[i]) * 8 >= columnBits) ebrItems.push_back({0, i});
+      if (ebrs[i].contentsBytes() * 8 >= columnBits) ebrItems.push_back({0, i});
     }
     if (!ebrItems.empty()) pending.push_back({columnItems, ebrItems, 0});
     while (!pending.empty()) {

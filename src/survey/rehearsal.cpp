@@ -1,7 +1,6 @@
 #include "survey/rehearsal.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <span>
 #include <utility>
@@ -11,82 +10,45 @@
 
 namespace {
 
-// The bits in which a stream differs from what it was. Keeps pages of what has changed, not a copy
-// of the stream.
-class ChangedBits {
+// The pages of a stream that are written to, as they were before. A copy of the whole stream would
+// double the memory.
+class OldPages {
  public:
-  // Adds the bits in which the stream's bytes from `begin` on are no longer as they were `before`.
-  // Bits that change back are as if they had never changed.
-  void note(const Bitstream& bitstream, std::uint64_t begin,
-            std::span<const unsigned char> before) {
-    const unsigned char* now = bitstream.getBytes() + begin;
-    while (!before.empty()) {
-      const auto size = std::min<std::size_t>(before.size(), PAGE_BYTES - begin % PAGE_BYTES);
-      if (!std::equal(now, now + size, before.begin())) {
-        unsigned char* const page = pages[begin / PAGE_BYTES].data() + begin % PAGE_BYTES;
-        for (std::size_t i = 0; i < size; ++i) {
-          page[i] = static_cast<unsigned char>(page[i] ^ before[i] ^ now[i]);
-        }
-      }
-      begin += size;
-      now += size;
-      before = before.subspan(size);
+  explicit OldPages(const Bitstream& stream) : bitstream(stream) {}
+
+  // Keeps the pages with the bits [beginBit, endBit), but for those kept already: they may have
+  // changed since.
+  void keep(std::uint64_t beginBit, std::uint64_t endBit) {
+    constexpr std::uint64_t PAGE_BYTES = 1024;
+    for (std::uint64_t begin = beginBit / 8 / PAGE_BYTES * PAGE_BYTES; begin * 8 < endBit;
+         begin += PAGE_BYTES) {
+      const unsigned char* const from = bitstream.getBytes() + begin;
+      const auto size = std::min(PAGE_BYTES, bitstream.getNumBytes() - begin);
+      if (!pages.contains(begin)) pages.emplace(begin, std::vector(from, from + size));
     }
   }
 
-  bool isAny() const {
-    return std::ranges::any_of(pages, [](const auto& page) {
-      return std::ranges::any_of(page.second, [](unsigned char bits) { return bits != 0; });
+  bool areChanged() const {
+    return std::ranges::any_of(pages, [&](const auto& page) {
+      return !std::ranges::equal(page.second,
+                                 std::span(bitstream.getBytes() + page.first, page.second.size()));
     });
   }
 
  private:
-  static constexpr std::uint64_t PAGE_BYTES = 1024;
-
-  std::map<std::uint64_t, std::array<unsigned char, PAGE_BYTES>> pages;
-};
-
-// The bytes that an edit of one EBR touches: those of the payload words written, and of the CRC.
-class TouchedBytes {
- public:
-  TouchedBytes(const Bitstream& stream, const EbrCommand& command, std::uint64_t numWords)
-      : bitstream(stream) {
-    const std::uint64_t payloadEnd = command.payloadIndex + numWords * PAYLOAD_WORD_BITS;
-    payloadBegin = command.payloadIndex / 8;
-    copy(payloadBegin, payloadEnd, payload);
-    crcBegin = std::max(command.crcIndex() / 8, payloadBegin + payload.size());
-    copy(crcBegin, command.crcIndex() + CRC_BITS, crc);
-  }
-
-  void noteChanges(ChangedBits& changes) const {
-    changes.note(bitstream, payloadBegin, payload);
-    changes.note(bitstream, crcBegin, crc);
-  }
-
- private:
-  // Copies the bytes from `begin` on that contain a bit before bit `endBit`.
-  void copy(std::uint64_t begin, std::uint64_t endBit, std::vector<unsigned char>& to) const {
-    const unsigned char* const bytes = bitstream.getBytes();
-    to.assign(bytes + begin, bytes + (endBit + 7) / 8);
-  }
-
   const Bitstream& bitstream;
-  std::uint64_t payloadBegin = 0, crcBegin = 0;  // byte indexes
-  std::vector<unsigned char> payload, crc;
+  std::map<std::uint64_t, std::vector<unsigned char>> pages;  // by their first byte's index
 };
 
 }  // namespace
 
 Rehearsal rehearse(const MemoryInputs& inputs, Bitstream& bitstream) {
-  const MemoryWords& words = *inputs.words;
-  ChangedBits changes;
-  std::optional<TouchedBytes> before;
-  const auto remember = [&](std::size_t ebr, const Lookup& lookup) {
+  OldPages pages(bitstream);
+  const auto keep = [&](std::size_t, const Lookup& lookup) {
     if (!lookup.isUsable()) return;
-    before.emplace(bitstream, lookup.command,
-                   writableWords(lookup.command.frameCount, words.getColumnBits(ebr)));
+    pages.keep(lookup.command.payloadIndex, lookup.command.crcIndex() + CRC_BITS);
   };
-  const auto compare = [&](std::size_t, const GraftReport&) { before->noteChanges(changes); };
-  std::optional<Lookup> failed = graftEbrs(bitstream, inputs.wids, words, {remember, compare});
-  return {std::move(failed), changes.isAny()};
+  const auto ignore = [](std::size_t, const GraftReport&) {};
+  std::optional<Lookup> failed = graftEbrs(bitstream, inputs.wids, *inputs.words, {keep, ignore});
+  return {std::move(failed), pages.areChanged()};
 }

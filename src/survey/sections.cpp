@@ -39,8 +39,7 @@ EbrCommand SectionTable::getCommand(std::size_t section) const {
   return readEbrCommand(bitstream, chain[section], identifierBits);
 }
 
-std::string SectionTable::getIdentifier(std::size_t section) const {
-  const EbrCommand command = getCommand(section);
+std::string SectionTable::getIdentifier(const EbrCommand& command) const {
   return identifierOf(bitstream, command.opcodeIndex, command.identifierBits);
 }
 

@@ -22,8 +22,8 @@ class SectionTable {
   std::size_t size() const { return chain.size(); }
   /// What the stream contains there.
   EbrCommand getCommand(std::size_t section) const;
-  /// The identifier as digits; empty if the stream ends before it does.
-  std::string getIdentifier(std::size_t section) const;
+  /// The identifier of a command as digits; empty if the stream ends before it does.
+  std::string getIdentifier(const EbrCommand& command) const;
   /// True if the payloads overlap so often that reading them all would take minutes.
   bool overlapsTooMuch() const;
   /// True if the identifier came up before: a run would never get to this section.
