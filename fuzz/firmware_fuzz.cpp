@@ -9,33 +9,28 @@
 
 namespace {
 
-using Contents = std::vector<std::pair<std::uint64_t, std::string>>;
+using Contents = std::vector<std::pair<std::uint64_t, unsigned char>>;
 
 bool isInside(std::span<const unsigned char> part, std::span<const unsigned char> whole) {
   return part.data() >= whole.data() && part.data() + part.size() <= whole.data() + whole.size();
 }
 
-// Adjacent pieces joined.
 Contents contentsOf(const FirmwareImage& image) {
   Contents contents;
   for (const Piece& piece : image.pieces) {
-    const std::string bytes(piece.bytes.begin(), piece.bytes.end());
-    if (!contents.empty() &&
-        contents.back().first + contents.back().second.size() == piece.address) {
-      contents.back().second += bytes;
-    } else {
-      contents.emplace_back(piece.address, bytes);
-    }
+    std::uint64_t address = piece.address;
+    for (const unsigned char byte : piece.bytes) contents.emplace_back(address++, byte);
   }
   return contents;
 }
 
-std::string sRecordsOf(const Contents& contents) {
+std::string sRecordsOf(const FirmwareImage& image) {
   std::string text;
-  for (const auto& [address, bytes] : contents) {
-    const std::size_t most = 1 + address % 250;
+  for (const Piece& piece : image.pieces) {
+    const std::string bytes(piece.bytes.begin(), piece.bytes.end());
+    const std::size_t most = 1 + piece.address % 250;
     for (std::size_t i = 0; i < bytes.size(); i += most) {
-      text += sRecord(3, address + i, bytes.substr(i, most));
+      text += sRecord(3, piece.address + i, bytes.substr(i, most));
     }
   }
   return text + sRecord(7, 0, "");
@@ -43,9 +38,10 @@ std::string sRecordsOf(const Contents& contents) {
 
 void checkSymbols(const FirmwareImage& image, std::span<const unsigned char> file) {
   for (const Symbol& symbol : image.symbols) {
-    require(!symbol.name.empty());
-    require(isInside(
-        {reinterpret_cast<const unsigned char*>(symbol.name.data()), symbol.name.size()}, file));
+    require(
+        !symbol.name.empty() &&
+        isInside({reinterpret_cast<const unsigned char*>(symbol.name.data()), symbol.name.size()},
+                 file));
   }
   require(std::is_sorted(image.symbols.begin(), image.symbols.end(),
                          [](const Symbol& a, const Symbol& b) { return a.name < b.name; }));
@@ -70,11 +66,10 @@ void check(Format format, std::span<const unsigned char> file) {
   require(bytes <= 5 * file.size());
   checkSymbols(image, file);
   if (last > UINT32_MAX || bytes > 100'000) return;
-  const Contents contents = contentsOf(image);
-  const std::string text = sRecordsOf(contents);
+  const std::string text = sRecordsOf(image);
   FirmwareImage again;
   require(readFirmware(Format::S_RECORD, "f", {dataOf(text), text.size()}, again).empty());
-  require(contentsOf(again) == contents);
+  require(contentsOf(again) == contentsOf(image));
 }
 
 }  // namespace
@@ -102,7 +97,7 @@ std::string makeSeed(std::mt19937_64& random) {
   }
   if (kind == 1) seed += hexRecord(1, 0, "");
   if (kind == 2) seed += sRecord(7 + random() % 3, 0, "");
-  if (kind == 0) seed = ElfFile(random() % 2 != 0, random() % 2 != 0).build();
+  if (kind == 0) seed = elfFile(random() % 2 != 0, random() % 2 != 0);
   if (random() % 2 != 0) seed[random() % seed.size()] = static_cast<char>(random());
   return seed;
 }

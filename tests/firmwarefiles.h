@@ -2,35 +2,22 @@
 #ifndef FIRMWAREFILES_H
 #define FIRMWAREFILES_H
 
-#include <elf.h>
-
 #include <cstdint>
+#include <map>
 #include <string>
-#include <vector>
 
 /// A record of Intel HEX with its line end, and right in length and checksum.
-std::string hexRecord(unsigned type, std::uint64_t offset, const std::string& data);
+std::string hexRecord(std::uint64_t type, std::uint64_t offset, const std::string& data);
 /// The same for S-record.
-std::string sRecord(unsigned type, std::uint64_t address, const std::string& data);
+std::string sRecord(std::uint64_t type, std::uint64_t address, const std::string& data);
 
-/// An ELF file's headers, in the 64-bit form also where the file is a 32-bit one. As made: .text
-/// with 8 bytes for 0x1000 and .data with 4 bytes at 0x20000000, which is loaded to 0x1008, .bss
-/// after it, in one segment each for ROM and RAM; main, counter, blank and absolute name addresses.
-struct ElfFile {
-  ElfFile(bool wide, bool big);
+/// Fields of an ELF file by name: "phnum" of the file header, "rom.paddr" of a segment, "text.size"
+/// of a section, "main.value" of a symbol.
+using ElfFields = std::map<std::string, std::uint64_t>;
 
-  bool isWide, isBig;
-  Elf64_Ehdr header = {};
-  std::vector<Elf64_Phdr> segments;
-  std::vector<Elf64_Shdr> sections;
-  std::vector<Elf64_Sym> symbols;
-  std::string contents;  ///< at CONTENTS in the file; names, then symbols, then tables follow
-
-  static constexpr std::uint64_t CONTENTS = 0x40;
-  static constexpr std::size_t TEXT = 1, DATA = 2, BSS = 3, NAMES = 4, SYMBOLS = 5;
-
-  /// The file's bytes.
-  std::string build() const;
-};
+/// An ELF file. It has, but for `changes`: .text, 8 bytes at 0x1000; .data, 4 bytes at 0x20000000
+/// and loaded to 0x1008; .bss after it; the segments rom, which begins with the ELF header, and
+/// ram; the symbols main, counter, blank and absolute. "copies" of ram come last.
+std::string elfFile(bool isWide, bool isBig, const ElfFields& changes = {});
 
 #endif

@@ -18,9 +18,6 @@ namespace {
 // Each section is held against each segment. Executables have a dozen segments; the limit keeps a
 // file with a million of both from taking hours.
 constexpr std::size_t MOST_SEGMENTS = 1000;
-// Sections that a linker makes share no bytes of the file. The limit keeps a small file from
-// claiming terabytes by sections that all have the same bytes.
-constexpr std::uint64_t MOST_SHARING = 4;
 constexpr std::size_t MOST_SYMBOL_NAME = 4096;
 constexpr std::size_t MOST_SECTION_NAME = 100;
 
@@ -95,7 +92,7 @@ class ElfReader {
     auto* const data = const_cast<char*>(reinterpret_cast<const char*>(bytes.data()));
     elf.reset(bytes.empty() ? nullptr : elf_memory(data, bytes.size()));
     if (gelf_getehdr(elf.get(), &header) == nullptr) {
-      return fault("not an ELF file, or its header is cut off");
+      return fault("not an ELF file, or its header is damaged");
     }
     if (gelf_getclass(elf.get()) == ELFCLASS32) lastAddress = UINT32_MAX;
     const bool isLittle = header.e_ident[EI_DATA] == ELFDATA2LSB;
@@ -240,8 +237,10 @@ class ElfReader {
         return fault("cut off: " + sectionName(i) + " reaches past the file's end");
       }
       if (!isAllocated(section)) continue;
-      loadedBytes += section.sh_size;  // no overflow: each is at most the file's size
-      if (loadedBytes / MOST_SHARING > bytes.size()) return fault("sections share too many bytes");
+      // A small file could claim terabytes by sections that share bytes. Linkers make no such
+      // thing.
+      loadedBytes += section.sh_size;  // no overflow: neither is longer than the file
+      if (loadedBytes > bytes.size()) return fault("sections share bytes of the file");
       if (std::string wrong = addSection(i); !wrong.empty()) return wrong;
     }
     noteStrays();
