@@ -1,0 +1,103 @@
+// Each reader of firmware on any bytes. What one of them accepts must be sound, and S-records made
+// of it must have the same contents.
+#include <algorithm>
+
+#include "../tests/firmwarefiles.h"
+#include "firmware/elffile.h"
+#include "firmware/format.h"
+#include "fixture.h"
+
+namespace {
+
+using Contents = std::vector<std::pair<std::uint64_t, unsigned char>>;
+
+bool isInside(std::span<const unsigned char> part, std::span<const unsigned char> whole) {
+  return part.data() >= whole.data() && part.data() + part.size() <= whole.data() + whole.size();
+}
+
+Contents contentsOf(const FirmwareImage& image) {
+  Contents contents;
+  for (const Piece& piece : image.pieces) {
+    std::uint64_t address = piece.address;
+    for (const unsigned char byte : piece.bytes) contents.emplace_back(address++, byte);
+  }
+  return contents;
+}
+
+std::string sRecordsOf(const FirmwareImage& image) {
+  std::string text;
+  for (const Piece& piece : image.pieces) {
+    const std::string bytes(piece.bytes.begin(), piece.bytes.end());
+    const std::size_t most = 1 + piece.address % 250;
+    for (std::size_t i = 0; i < bytes.size(); i += most) {
+      text += sRecord(3, piece.address + i, bytes.substr(i, most));
+    }
+  }
+  return text + sRecord(7, 0, "");
+}
+
+void checkSymbols(const FirmwareImage& image, std::span<const unsigned char> file) {
+  for (const Symbol& symbol : image.symbols) {
+    require(
+        !symbol.name.empty() &&
+        isInside({reinterpret_cast<const unsigned char*>(symbol.name.data()), symbol.name.size()},
+                 file));
+  }
+  require(std::is_sorted(image.symbols.begin(), image.symbols.end(),
+                         [](const Symbol& a, const Symbol& b) { return a.name < b.name; }));
+}
+
+void check(Format format, std::span<const unsigned char> file) {
+  FirmwareImage image;
+  const std::string fault = readFirmware(format, "f", file, image);
+  require(fault.empty() || fault.starts_with("f: ") || fault.starts_with("f, line "));
+  if (!fault.empty()) return;
+  require(!image.pieces.empty());
+  std::uint64_t bytes = 0, last = 0;
+  for (const Piece& piece : image.pieces) {
+    require(!piece.bytes.empty() && UINT64_MAX - piece.address >= piece.bytes.size() - 1);
+    require(isInside(piece.bytes, format == Format::ELF ? file : image.storage));
+    require(piece.section.empty() != (format == Format::ELF));
+    bytes += piece.bytes.size();
+    last = std::max(last, piece.address + (piece.bytes.size() - 1));
+    const std::uint64_t line = piece.lineOf(piece.bytes.size() - 1);
+    require(line <= static_cast<std::uint64_t>(std::count(file.begin(), file.end(), '\n') + 1));
+  }
+  require(bytes <= 5 * file.size());
+  checkSymbols(image, file);
+  if (last > UINT32_MAX || bytes > 100'000) return;
+  const std::string text = sRecordsOf(image);
+  FirmwareImage again;
+  require(readFirmware(Format::S_RECORD, "f", {dataOf(text), text.size()}, again).empty());
+  require(contentsOf(again) == contentsOf(image));
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::vector<unsigned char> file(data, data + size);
+  for (const Format format : {Format::ELF, Format::INTEL_HEX, Format::S_RECORD}) {
+    check(format, file);
+  }
+  FirmwareImage image;
+  if (readElfSymbols("f", file, image).empty()) checkSymbols(image, file);
+  require(std::equal(file.begin(), file.end(), data));
+  return 0;
+}
+
+std::string makeSeed(std::mt19937_64& random) {
+  std::string seed;
+  const std::uint64_t kind = random() % 3;
+  for (std::uint64_t n = 1 + random() % 9; n > 0; --n) {
+    const std::string data(random() % 256, static_cast<char>(random()));
+    const std::uint64_t type = 1 + random() % 3;
+    if (kind == 1)
+      seed += random() % 4 == 0 ? hexRecord(4, 0, {"\0\7", 2}) : hexRecord(0, random() >> 49, data);
+    if (kind == 2) seed += sRecord(type, random() >> 48, data.substr(0, 250));
+  }
+  if (kind == 1) seed += hexRecord(1, 0, "");
+  if (kind == 2) seed += sRecord(7 + random() % 3, 0, "");
+  if (kind == 0) seed = elfFile(random() % 2 != 0, random() % 2 != 0);
+  if (random() % 2 != 0) seed[random() % seed.size()] = static_cast<char>(random());
+  return seed;
+}

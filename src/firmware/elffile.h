@@ -1,0 +1,22 @@
+// ELF: executables of 32 and 64 bits in either byte order.
+#ifndef RAMGRAFT_FIRMWARE_ELFFILE_H
+#define RAMGRAFT_FIRMWARE_ELFFILE_H
+
+#include <span>
+#include <string>
+
+#include "firmware/image.h"
+
+/// readFirmware() for ELF: the bytes of every section that is part of the running program and has
+/// bytes in the file, at the address where a loader puts them, and the symbols. In a file without
+/// sections, the bytes of its segments. Symbols move to load addresses with their section; only
+/// symbols of such sections and absolute ones are given, and no names longer than 4096 bytes.
+std::string readElf(const std::string& fileName, std::span<const unsigned char> bytes,
+                    FirmwareImage& image);
+
+/// Reads the symbols and the byte order alone. The file need not contain the bytes of its sections,
+/// but must be an executable. Fails like readElf().
+std::string readElfSymbols(const std::string& fileName, std::span<const unsigned char> bytes,
+                           FirmwareImage& image);
+
+#endif
