@@ -192,7 +192,7 @@ struct LoadCommand : LoadOptions {
 }  // namespace
 
 int runLoad(int argc, const char* const argv[]) {
-  constexpr Command LOAD = {"ramgraft-load", "Put firmware into the memories of a bitstream.",
+  constexpr Program LOAD = {"ramgraft-load", "Put firmware into the memories of a bitstream.",
                             prepare<LoadCommand>};
   return runCompanion(
       LOAD,

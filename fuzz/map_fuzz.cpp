@@ -1,0 +1,125 @@
+// Maps of memories over a fixed stream and fixed width files; and the same input as text words.
+#include <algorithm>
+#include <fstream>
+#include <vector>
+
+#include "ebr/edit.h"
+#include "fixture.h"
+#include "inputs/wordtext.h"
+#include "layout/addresses.h"
+#include "layout/deal.h"
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr unsigned NUM_WIDS = 8;
+constexpr unsigned WID_EBRS[NUM_WIDS] = {1, 2, 3, 4, 1, 2, 3, 1};
+constexpr unsigned EBR_BITS[NUM_WIDS] = {8, 8, 8, 4, 16, 4, 3, 1};
+
+void write(const std::string& name, const std::string& text) {
+  std::ofstream(name, std::ios::binary) << text;
+}
+
+// Leaves the width files 0.wid to 7.wid; the stream has their EBRs, of one frame each.
+std::string prepare() {
+  outputOf([] {});  // makes the working folder
+  std::string stream;
+  for (unsigned wid = 0, id = 0; wid < NUM_WIDS; ++wid) {
+    std::string text;
+    for (unsigned i = 0; i < WID_EBRS[wid]; ++i, ++id) {
+      text += digits(id, 6) + "\n";
+      stream += ebrDigits(digits(id, 6), 1, "0");
+    }
+    write(std::to_string(wid) + ".wid",
+          text + "aw3;dw" + std::to_string(WID_EBRS[wid] * EBR_BITS[wid]));
+  }
+  return stream;
+}
+
+void checkAddresses(const Map& map) {
+  const AddressSpace space(map);
+  for (const AddressRange& range : space.getRanges()) {
+    require(range.first <= range.last);
+    require(space.find(range.first) == &range && space.find(range.last) == &range);
+    const AddressRange* const next = space.firstAfter(range.last);
+    require(next == nullptr || space.lastBefore(next->first) == &range);
+  }
+}
+
+// What is written is read back, and a memory's words alone change.
+void checkDealing(const Map& map, const Placement& placement, Bitstream& bitstream) {
+  for (const Memory& memory : map.memories) {
+    Bytes image, found(memory.bytes());
+    while (image.size() < memory.bytes()) {
+      const Bytes word = memory.fillWord();
+      image.insert(image.end(), word.begin(), word.end());
+    }
+    for (std::size_t i = 0; i < memory.parts.size(); ++i) {
+      for (const Lane& lane : memory.parts[i].lanes) {
+        const MemoryWords words = dealLane(memory, memory.parts[i], lane, image);
+        EbrColumns columns(words);
+        for (std::size_t ebr = 0; ebr < lane.wids.size(); ++ebr) {
+          replaceContents(bitstream, placement.getCommands(lane)[ebr], columns, ebr);
+        }
+      }
+      readPart(bitstream, memory, i, placement, found);
+    }
+    require(found == image);
+  }
+}
+
+void checkWordText(std::string_view text, std::uint64_t wordBits) {
+  WordText big, little;
+  const bool isGood = readWordText(text, wordBits, std::endian::big, big).text.empty();
+  require(isGood == readWordText(text, wordBits, std::endian::little, little).text.empty());
+  const std::size_t wordBytes = (wordBits + 7) / 8;
+  std::size_t expected = 0;
+  for (const WordRun& run : big.runs) {
+    require(run.firstByte == expected && run.words > 0 && run.lineWords > 0);
+    expected += run.words * wordBytes;
+  }
+  require(big.bytes.size() == expected && expected <= text.size() * wordBytes);
+  for (std::size_t word = 0; word < expected; word += wordBytes) {
+    std::reverse(&little.bytes[word], &little.bytes[word] + wordBytes);
+  }
+  require(little.bytes == big.bytes);
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const std::string stream = prepare();
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  for (const std::uint64_t wordBits : {UINT64_C(1), UINT64_C(12), UINT64_C(32), UINT64_C(100)})
+    checkWordText(text, wordBits);
+  // Files other than these would make an input's fate the machine's.
+  if (text.find('/') != text.npos || text.find('\\') != text.npos) return 0;
+  write("m.toml", text);
+  Map map;
+  if (!readMap("m.toml", map).empty()) return 0;
+  checkAddresses(map);
+  Bitstream bitstream(0);
+  pushDigits(bitstream, stream);
+  Placement placement;
+  if (placeMap(map, "in.bit", bitstream, placement).empty())
+    checkDealing(map, placement, bitstream);
+  return 0;
+}
+
+std::string makeSeed(std::mt19937_64& random) {
+  const auto pick = [&](std::vector<std::string> from) { return from[random() % from.size()]; };
+  if (random() % 4 == 0)
+    return pick({"12 3f\n", "@1_0"}) + pick({"/* 1\n2 */ ", "# 4\n"}) + "5 @3 6";
+  std::string text = "version = 1\n";
+  const char* const wids[] = {"'0.wid'", "['0.wid', '4.wid']", "[['1.wid', '3.wid'], '2.wid']",
+                              "'6.wid'", "[['7.wid', '5.wid']]"};
+  for (unsigned i = 0, base = 0; i < 3; ++i, base += 0x100) {
+    text += "[memory.m" + std::to_string(i) + "]\nwords = " + pick({"2", "4", "[1, 3]"}) +
+            "\nwid = " + wids[random() % 5] + "\n";
+    text += pick(
+        {"", "", "base = " + std::to_string(base) + "\norder = \"little\"\n", "order = 'big'\n"});
+    text += pick({"", "also-at = [0x8000, \"0xFFFF_FFFF_FFFF_FF00\"]\n", "fill = 0x5\n"});
+  }
+  return text + pick({"", "[outside]\nflash = {base = 0x4000, bytes = 16}\n"});
+}
