@@ -3,7 +3,7 @@
 #include <fstream>
 #include <vector>
 
-#include "ebr/edit.h"
+#include "ebr/graft.h"
 #include "fixture.h"
 #include "inputs/wordtext.h"
 #include "layout/addresses.h"

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "ebr/edit.h"
+#include "ebr/graft.h"
 #include "fixture.h"
 #include "inputs/wordtext.h"
 #include "layout/addresses.h"

@@ -7,10 +7,11 @@
 // Whether a section begins at a bit depends on the IDENTIFIER_OFFSET bits from there on alone.
 // Overwriting [begin, end) can therefore only make or break sections that begin in
 // (begin - IDENTIFIER_OFFSET, end). A section made or broken there moves the point from which the
-// next one is looked for, which can let the chain step onto sections that used to lie inside an
-// identifier, and so on, until the new chain meets a section of the old one: from there on the two
-// are the same. Between two neighbours of the old chain, from the end of one's identifier to the
-// start of the next, there is no section, so these stretches are not searched again.
+// next one is looked for. The chain can then step onto a section that used to lie inside an
+// identifier, and that moves the next point. Once the new chain meets a section of the old one, the
+// two are the same from there on. Between two neighbours of the old chain, from the end of one's
+// identifier to the start of the next, there is no section, so these stretches are not searched
+// again.
 #include "ebr/chain.h"
 
 #include <algorithm>
@@ -19,14 +20,6 @@
 #include "ebr/format.h"
 #include "ebr/search.h"
 #include "ebr/section.h"
-
-namespace {
-
-std::uint64_t subtractToZero(std::uint64_t from, std::uint64_t amount) {
-  return from - std::min(from, amount);
-}
-
-}  // namespace
 
 std::vector<std::uint64_t> findAllSections(const Bitstream& bitstream) {
   std::vector<std::uint64_t> sections;
@@ -113,29 +106,29 @@ void SectionChain::noteCandidate(std::uint64_t section) {
 }
 
 void SectionChain::bitsChanged(std::uint64_t begin, std::uint64_t end) {
-  const std::uint64_t firstTouched = subtractToZero(begin, IDENTIFIER_OFFSET - 1);
+  const std::uint64_t firstTouched = begin - std::min(begin, IDENTIFIER_OFFSET - 1);
   if (firstTouched >= searched) return;  // will be seen when the chain gets there
 
   // Sections that end before the change stay. The chain is followed anew from the last of them.
   const auto first = std::partition_point(
       chain.begin(), chain.end(), [&](std::uint64_t section) { return endOf(section) <= begin; });
-  std::uint64_t cursor = first == chain.begin() ? 0 : endOf(*(first - 1));
-  cursor = std::max(cursor, std::min(firstTouched, first == chain.end() ? NOT_FOUND : *first));
+  std::uint64_t from = first == chain.begin() ? 0 : endOf(*(first - 1));
+  from = std::max(from, std::min(firstTouched, first == chain.end() ? NOT_FOUND : *first));
 
   Sections found;
   auto old = first;                                    // next section of the old chain
   std::uint64_t unknownEnd = std::min(end, searched);  // sections before this must be looked for
   for (;;) {
-    for (; old != chain.end() && *old < std::max(cursor, end); ++old) {
+    for (; old != chain.end() && *old < std::max(from, end); ++old) {
       unknownEnd = std::max(unknownEnd, endOf(*old));
     }
-    const std::uint64_t section = findAddressSection(bitstream, cursor, unknownEnd);
+    const std::uint64_t section = findAddressSection(bitstream, from, unknownEnd);
     if (section == NOT_FOUND) break;
     found.push_back(section);
     noteCandidate(section);
-    cursor = endOf(section);
+    from = endOf(section);
   }
-  searched = std::max(searched, cursor);
+  searched = std::max(searched, from);
   replace(first, old, found);
 }
 

@@ -175,7 +175,8 @@ std::uint64_t EbrColumns::gatherTiles() {
       for (std::size_t i = 0; i < TILE_ROUNDS; ++i) {
         const std::uint64_t place = i * words.getNumEbrs() + words.getTurn(tileEnd - 1);
         std::memcpy(&rows[i], from + place, sizeof(Row));
-        // Rows are too far apart for the processor to foresee. May point past the last row.
+        // Rows are too far apart for the processor to foresee the load. The address may lie past
+        // the last row, which a prefetch may.
         __builtin_prefetch(from + place + 4 * TILE_ROUNDS * words.getNumEbrs());
       }
       transpose(rows);

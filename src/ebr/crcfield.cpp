@@ -7,8 +7,8 @@
 
 namespace {
 
-// Bit index from which the whole bytes are counted; negative when the range begins before the
-// stream.
+// Bit index of the range's second bit: the byte that holds it is the first one covered. Negative if
+// that bit is before the stream.
 std::int64_t startOf(std::uint64_t crcIndex, std::int64_t numBits) {
   return static_cast<std::int64_t>(crcIndex) - numBits + 1;
 }

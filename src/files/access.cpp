@@ -41,11 +41,10 @@ struct AccessList {
 
 // Gives a new file the old one's owner and group where that is allowed. Where not, takes from
 // `mode` and `list` what would give another owner or group more than it had.
-int takeOverOwner(const FileDescriptor& file, const struct stat& old, AccessList& list,
-                  mode_t& mode) {
+int copyOwner(const FileDescriptor& file, const struct stat& old, AccessList& list, mode_t& mode) {
   if (::fchown(file.get(), old.st_uid, old.st_gid) == 0) return 0;
   if (!isNotAllowed(errno)) return errno;
-  mode &= 0777;  // no one else's program runs with the rights of its owner
+  mode &= 0777;  // with these bits the program would run with the rights of another owner
   if (::fchown(file.get(), static_cast<uid_t>(-1), old.st_gid) == 0) return 0;
   if (!isNotAllowed(errno)) return errno;
   if (list.size > 0) {
@@ -58,7 +57,7 @@ int takeOverOwner(const FileDescriptor& file, const struct stat& old, AccessList
 
 // Gives a new file the old one's access list, or none instead of one inherited from its folder.
 // Where that isn't allowed, `mode` loses what the list kept from the group.
-int takeOverList(const FileDescriptor& file, AccessList& list, mode_t& mode) {
+int copyList(const FileDescriptor& file, AccessList& list, mode_t& mode) {
   if (list.size > 0) {
     if (::fsetxattr(file.get(), ACCESS_LIST, list.bytes.data(), list.size, 0) == 0) return 0;
     if (!isNotAllowed(errno)) return errno;
@@ -70,17 +69,17 @@ int takeOverList(const FileDescriptor& file, AccessList& list, mode_t& mode) {
 
 }  // namespace
 
-int takeOverAccess(const FileDescriptor& file, const FileDescriptor& old,
-                   const struct stat& oldStatus) {
+int copyAccess(const FileDescriptor& from, const struct stat& fromStatus,
+               const FileDescriptor& to) {
   struct stat status {};
-  if (::fstat(file.get(), &status) != 0) return errno;
+  if (::fstat(to.get(), &status) != 0) return errno;
   AccessList list;
-  int error = list.read(old);
-  mode_t mode = oldStatus.st_mode & 07777;
-  const bool isSameOwner = status.st_uid == oldStatus.st_uid && status.st_gid == oldStatus.st_gid;
-  if (error == 0 && !isSameOwner) error = takeOverOwner(file, oldStatus, list, mode);
-  if (error == 0) error = takeOverList(file, list, mode);
+  int error = list.read(from);
+  mode_t mode = fromStatus.st_mode & 07777;
+  const bool isSameOwner = status.st_uid == fromStatus.st_uid && status.st_gid == fromStatus.st_gid;
+  if (error == 0 && !isSameOwner) error = copyOwner(to, fromStatus, list, mode);
+  if (error == 0) error = copyList(to, list, mode);
   // Some file systems have the same mode for all files and refuse to set any.
   if (error != 0 || (status.st_mode & 07777) == mode) return error;
-  return ::fchmod(file.get(), mode) == 0 ? 0 : errno;
+  return ::fchmod(to.get(), mode) == 0 ? 0 : errno;
 }

@@ -4,10 +4,9 @@
 
 #include "files/descriptor.h"
 
-/// Gives a new file the owner, group, access control list and mode of the open file `old`, as far
-/// as that is allowed, so that nobody has more rights than before. `oldStatus` is the old file's
-/// status. Returns 0, or the system's error number.
-int takeOverAccess(const FileDescriptor& file, const FileDescriptor& old,
-                   const struct stat& oldStatus);
+/// Gives the new file `to` the owner, group, access control list and mode of the open file `from`,
+/// as far as that is allowed, so that nobody has more rights than before. `fromStatus` is the
+/// status of `from`. Returns 0, or the system's error number.
+int copyAccess(const FileDescriptor& from, const struct stat& fromStatus, const FileDescriptor& to);
 
 #endif

@@ -66,7 +66,8 @@ int findPlace(const std::string& fileName, const FileIdentity& old, Place& place
     if (!S_ISLNK(status.st_mode)) {
       return links == 0 || old == NOTHING || old == identityOf(status) ? 0 : ESTALE;
     }
-    // What the system has not seen lets nobody choose which file is replaced.
+    // The kernel's own rule for protected links, applied here because the kernel hasn't seen this
+    // link: there was nothing when it opened the name.
     if (::fstat(place.folder.get(), &folder) != 0) return errno;
     if (old == NOTHING && isForeignLink(status, folder)) return EACCES;
     std::array<char, PATH_MAX> target;

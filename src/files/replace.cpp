@@ -25,7 +25,8 @@ namespace {
 
 using Outcome = ReplaceResult::Outcome;
 
-// What is returned beside 0 and the system's error numbers: the old file can't be renamed over.
+// Returned in the place of an error number: the old file can't be renamed over, only written in
+// place.
 constexpr int ONLY_IN_PLACE = -1;
 
 // What is to be written, and over what.
@@ -91,7 +92,8 @@ class TemporaryName {
 
 // ---- Writing ----
 
-// Everything between the opening of a temporary file and its renaming.
+// Writes the new contents to an open temporary, which then has the old file's access and, where
+// wanted, is on the disk. 0 or the error number.
 int fill(const FileDescriptor& file, const Replacement& replacement) {
   // Reserving the whole file makes writing 15 MB a quarter faster on ext4, 5 % of such a run. Where
   // that fails, the write works or gives the reason.
@@ -99,15 +101,15 @@ int fill(const FileDescriptor& file, const Replacement& replacement) {
   std::size_t written = 0;
   int error = file.write(replacement.bytes, replacement.size, written);
   if (error == 0 && replacement.old.isOpen()) {
-    error = takeOverAccess(file, replacement.old, replacement.oldStatus);
+    error = copyAccess(replacement.old, replacement.oldStatus, file);
   }
   if (error == 0 && replacement.isFlushed && ::fsync(file.get()) != 0) error = errno;
   return error;
 }
 
-// What an error of making or renaming the temporary comes to: an old file is written in place if
-// its folder takes no new file, or if it can't be renamed over. That is so for another's file in a
-// folder like /tmp, and for a file that is a mount point of its own.
+// Turns an error of making or renaming the temporary into ONLY_IN_PLACE if there is an old file and
+// its folder takes no new file, or the old file can't be renamed over. The latter is so for another
+// user's file in a folder like /tmp, and for a file that is a mount point.
 int orOnlyInPlace(int error, const Replacement& replacement) {
   const bool isRefused = error == EACCES || error == EPERM || error == EROFS || error == EBUSY;
   return isRefused && replacement.old.isOpen() ? ONLY_IN_PLACE : error;

@@ -62,7 +62,8 @@ struct Differences {
   bool isNone() const { return changed.empty() && outside.count == 0; }
 };
 
-// Payloads may overlap when contents look like commands; what one of them covers isn't outside.
+// Payloads may overlap when contents look like commands. A bit that one of them covers isn't
+// outside.
 Differences compareStreams(const SectionTable& table, const Bitstream& changed) {
   const Bitstream& old = table.getBitstream();
   Differences found;
@@ -156,7 +157,7 @@ struct Diff {
       printSizes(oldBytes, newBytes, isJson, output);
       return output.finish(ExitStatus::NO);
     }
-    const std::optional<SectionTable> table = findSections(old, identifierBits);
+    const std::optional<SectionTable> table = findSections(old, identifierBits, true);
     if (!table) return ExitStatus::FAILED;
     const Differences differences = compareStreams(*table, changed.bitstream);
     isJson ? printJson(*table, differences, output) : printText(*table, differences, output);

@@ -30,10 +30,8 @@ struct MemoryShape {
 
 MemoryShape shapeOf(const MemoryInputs& inputs, const std::vector<EbrCommand>& commands) {
   MemoryShape shape{inputs.wids.size(), inputs.getBitsPerEbr()};
-  const auto smallest = std::min_element(
-      commands.begin(), commands.end(),
-      [](const EbrCommand& a, const EbrCommand& b) { return a.frameCount < b.frameCount; });
-  shape.wordsHeld = writableWords(smallest->frameCount, 0) * 8 / shape.bitsPerEbr;
+  const std::uint64_t fewest = std::ranges::min(commands, {}, &EbrCommand::frameCount).frameCount;
+  shape.wordsHeld = writableWords(fewest, 0) * 8 / shape.bitsPerEbr;
   return shape;
 }
 

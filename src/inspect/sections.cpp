@@ -24,10 +24,12 @@ void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits) {
             MOST_IDENTIFIER_BITS, identifierBits);
 }
 
-std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits) {
+std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
+                                         bool isNoneFine) {
   const std::vector<std::uint64_t> allSections = findAllSections(stream.bitstream);
   if (identifierBits == 0) {
     const WidthFinding found = findIdentifierBits(stream.bitstream, allSections);
+    if (found.numEbrs == 0 && isNoneFine) return SectionTable(stream.bitstream, {}, 1);
     if (found.numEbrs == 0) {
       refuse(positionText(stream.name) +
              "no EBR contents found, whatever the width of the identifiers");

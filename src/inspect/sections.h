@@ -14,7 +14,9 @@ void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits);
 
 /// The sections of the stream. If `identifierBits` is 0 the width is found, and noted on standard
 /// error. Nothing, with the reason on standard error, if no width gives an EBR, or if reading the
-/// contents of all of them would take minutes.
-std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits);
+/// contents of all of them would take minutes. With `isNoneFine` a stream without EBRs is fine,
+/// too.
+std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
+                                         bool isNoneFine = false);
 
 #endif

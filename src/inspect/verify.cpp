@@ -71,18 +71,15 @@ std::string spellWord(const MemoryWords& words, std::uint64_t word) {
 }
 
 std::string remarksOn(const EbrFinding& finding) {
-  std::vector<std::string> remarks;
-  if (finding.hasBitsAfterWords) remarks.emplace_back("contents that aren't 0 after the words");
-  if (finding.facts.ninthBits != 0) {
-    remarks.push_back(countOf(finding.facts.ninthBits, "ninth bit") + " set");
-  }
-  if (!finding.facts.hasLastingCrc()) {
-    const CrcCheck& crc = finding.facts.crc;
-    remarks.push_back(std::string("CRC ").append(nameOf(crc.verdict)) + " (" + toHex16(crc.stored) +
-                      ", computed " + toHex16(crc.computed) + ")");
-  }
   std::string text;
-  for (const std::string& remark : remarks) text += (text.empty() ? "" : ", ") + remark;
+  const auto add = [&](const std::string& remark) { text += (text.empty() ? "" : ", ") + remark; };
+  if (finding.hasBitsAfterWords) add("contents that aren't 0 after the words");
+  const std::uint64_t ninthBits = finding.facts.ninthBits;
+  if (ninthBits != 0) add(countOf(ninthBits, "ninth bit") + " set");
+  const CrcCheck& crc = finding.facts.crc;
+  if (finding.facts.hasLastingCrc()) return text;
+  add(std::string("CRC ").append(nameOf(crc.verdict)) + " (" + toHex16(crc.stored) + ", computed " +
+      toHex16(crc.computed) + ")");
   return text;
 }
 

@@ -1,6 +1,6 @@
-// One run of the tool, and the operations that its simple steps are made of. Together with
-// base/ramgraftbstream.h, steps/ramgraftutil.h and steps/ramgrafttraverse.h this is the public
-// interface: names, types and effects stay.
+// The public interface, together with base/ramgraftbstream.h, steps/ramgraftutil.h and
+// steps/ramgrafttraverse.h: a run of the tool, the self-check, and operations on files and EBRs.
+// Names, types and effects stay.
 #ifndef RAMGRAFT_RUN_RAMGRAFT_H
 #define RAMGRAFT_RUN_RAMGRAFT_H
 
@@ -11,7 +11,9 @@
 /// Runs `ramgraft <input_file.bit> <file.wid> <file.mem> <output_file.bit>`, or the self-check when
 /// the first three arguments are "TEST". `argc` and `argv` are those of main(). Returns the exit
 /// status: 0 after success and after the self-check; 1 after any failure, the reason having been
-/// printed on standard output. The output file changes only if everything succeeded.
+/// printed on standard output. The output file changes only if everything succeeded. Prepares the
+/// process first (prepareProcess()): descriptors 0 to 2 that are closed get filled, and SIGPIPE and
+/// SIGXFSZ are ignored from then on.
 int runRamgraft(int argc, const char* const argv[]);
 
 #endif

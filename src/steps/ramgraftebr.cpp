@@ -51,8 +51,8 @@ bool findEbrDataSection(BitstreamTraverser& traverser, int& dataCount, std::list
     newBits.push_back(bitstream.getBit(traverser.getBitIndex()));
   }
   if (header.fault != CommandFault::NONE) {
-    const EbrCommand command = {.fault = header.fault, .faultIndex = header.endIndex};
-    printLine("ERROR: ", detailOf(command, bitstream));
+    printLine("ERROR: ",
+              detailOf({.fault = header.fault, .faultIndex = header.endIndex}, bitstream));
     return false;
   }
   dataCount = static_cast<int>(header.frameCount);
