@@ -52,7 +52,7 @@ std::string sRecord(std::uint64_t type, std::uint64_t address, const std::string
 }
 
 std::string elfFile(bool isWide, bool isBig, const ElfFields& changes) {
-  const std::string names("\0main\0counter\0blank\0absolute\0.text\0.data", 41);
+  const std::string names("\0main\0counter\0blank\0absolute\0.text\0.data\0", 41);
   const std::uint64_t symbolBytes = isWide ? 24 : 16, symbolsAt = 76 + names.size();
   const std::uint64_t sectionBytes = isWide ? 64 : 40, sectionsAt = symbolsAt + 5 * symbolBytes;
   ElfFields fields = {{"phoff", sectionsAt + 6 * sectionBytes},

@@ -17,7 +17,7 @@ namespace {
 
 // Each section is held against each segment. Executables have a dozen segments; the limit keeps a
 // file with a million of both from taking hours.
-constexpr std::size_t MOST_SEGMENTS = 1000;
+constexpr std::size_t MOST_SEGMENTS = 500;
 constexpr std::size_t MOST_SYMBOL_NAME = 4096;
 constexpr std::size_t MOST_SECTION_NAME = 100;
 
@@ -183,6 +183,7 @@ class ElfReader {
   }
 
   std::string readSections() {
+    sections.reserve(numSections);
     for (std::size_t i = 0; i < numSections; ++i) {
       Section section = {{}, nullptr};
       if (gelf_getshdr(elf_getscn(elf.get(), i), &section.header) == nullptr) {
@@ -229,7 +230,6 @@ class ElfReader {
   }
 
   std::string addSections() {
-    std::uint64_t loadedBytes = 0;
     for (std::size_t i = 0; i < sections.size(); ++i) {
       const GElf_Shdr& section = sections[i].header;
       if (!hasFileBytes(section)) continue;
@@ -237,10 +237,6 @@ class ElfReader {
         return fault("cut off: " + sectionName(i) + " reaches past the file's end");
       }
       if (!isAllocated(section)) continue;
-      // A small file could claim terabytes by sections that share bytes. Linkers make no such
-      // thing.
-      loadedBytes += section.sh_size;  // no overflow: neither is longer than the file
-      if (loadedBytes > bytes.size()) return fault("sections share bytes of the file");
       if (std::string wrong = addSection(i); !wrong.empty()) return wrong;
     }
     noteStrays();
@@ -284,6 +280,10 @@ class ElfReader {
     if (base > lastAddress || addressOffset + (size - 1) > lastAddress - base) {
       return fault(name + " reaches past the last address");
     }
+    // A small file could claim terabytes by parts that share bytes. Linkers make no such thing.
+    loadedBytes += size;  // no overflow: neither is longer than the file
+    if (loadedBytes > bytes.size())
+      return fault(name + " shares its bytes of the file with others");
     image.pieces.push_back({base + addressOffset, bytes.subspan(fileOffset, size), name, 0, 0});
     return {};
   }
@@ -293,10 +293,9 @@ class ElfReader {
   }
 
   std::string sectionName(std::size_t index) const {
-    std::size_t table = 0;
-    const std::string_view name = elf_getshdrstrndx(elf.get(), &table) == 0
-                                      ? nameAt(table, sections[index].header.sh_name)
-                                      : std::string_view();
+    std::size_t table = 0;  // stays so if there are no names, and the first section has no bytes
+    static_cast<void>(elf_getshdrstrndx(elf.get(), &table));
+    const std::string_view name = nameAt(table, sections[index].header.sh_name);
     if (name.empty()) return "section " + std::to_string(index);
     return std::string(name.substr(0, MOST_SECTION_NAME));
   }
@@ -369,7 +368,8 @@ class ElfReader {
   std::uint64_t numSections = 0, numSegments = 0;
   std::vector<Segment> segments;  ///< PT_LOAD only; physical addresses are those to load to
   std::vector<Section> sections;
-  std::uint64_t numStrays = 0;  ///< sections with bytes to load, but in no segment
+  std::uint64_t loadedBytes = 0;  ///< of all pieces
+  std::uint64_t numStrays = 0;    ///< sections with bytes to load, but in no segment
   std::string firstStray;
 };
 
