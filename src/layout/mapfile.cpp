@@ -24,7 +24,7 @@
 namespace {
 
 constexpr std::size_t MOST_BYTES = std::size_t{16} << 20;
-constexpr std::ptrdiff_t MOST_DOTS = 1000;  // in a line; each may begin another table
+constexpr std::size_t MOST_DOTS = 1000;  // in a line; each may begin another table
 
 // A value, and what messages need to name it.
 struct Value {
@@ -299,14 +299,40 @@ std::string readText(const std::string& fileName, std::string& text) {
   return sentenceOf(fault);
 }
 
-std::string refuseDots(const std::string& fileName, std::string_view text) {
-  for (std::uint64_t line = 1; !text.empty(); ++line) {
-    const std::string_view first = text.substr(0, text.find('\n'));
-    if (std::ranges::count(first, '.') > MOST_DOTS) {
-      return positionText(fileName, line) + "more than " + std::to_string(MOST_DOTS) +
-             " dots in a line";
+// What a line has that toml++ 3.3 can't be trusted with; empty if nothing. Outside strings and
+// comments, characters beyond ASCII lead it to undefined behaviour, and dots may nest tables deeper
+// than the stack allows. Without strings of several lines, every line begins outside a string.
+std::string_view untrusted(std::string_view line) {
+  char quote = '\0';
+  std::size_t dots = 0;
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    const char character = line[i];
+    if (quote != '\0') {
+      if (character == '\\' && quote == '"') ++i;
+      if (character == quote) quote = '\0';
+      continue;
     }
-    text.remove_prefix(std::min(first.size() + 1, text.size()));
+    if (character == '#') return "";
+    if (character == '"' || character == '\'') {
+      if (line.substr(i).starts_with(std::string(3, character))) {
+        return "a map has no strings of several lines";
+      }
+      quote = character;
+    }
+    if ((character & 0x80) != 0) return "not ASCII, outside a string and a comment";
+    if (character == '.' && ++dots > MOST_DOTS) return "too many dots";
+  }
+  return "";
+}
+
+std::string refuseUntrusted(const std::string& fileName, std::string_view text) {
+  constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
+  if (text.starts_with(BYTE_ORDER_MARK)) text.remove_prefix(BYTE_ORDER_MARK.size());
+  for (std::uint64_t number = 1; !text.empty(); ++number) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    const std::string_view reason = untrusted(line);
+    if (!reason.empty()) return positionText(fileName, number) + std::string(reason);
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
   }
   return "";
 }
@@ -325,7 +351,7 @@ std::string syntaxError(const std::string& fileName, const toml::parse_error& er
 std::string readMapFile(const std::string& fileName, MapFile& mapFile) {
   std::string text;
   if (std::string fault = readText(fileName, text); !fault.empty()) return fault;
-  if (std::string fault = refuseDots(fileName, text); !fault.empty()) return fault;
+  if (std::string fault = refuseUntrusted(fileName, text); !fault.empty()) return fault;
   const toml::parse_result parsed = toml::parse(std::string_view(text));
   if (!parsed) return syntaxError(fileName, parsed.error());
   return readTable<MapFile>({fileName, parsed.table(), ""}, MAP_KEYS, mapFile);
