@@ -4,27 +4,24 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <fstream>
 #include <numeric>
 #include <optional>
 #include <span>
 #include <utility>
 
 #include "layout/faultwords.h"
+#include "layout/maptext.h"
 #include "layout/number.h"
 #include "reports/position.h"
 
 #define TOML_EXCEPTIONS 0
 #define TOML_ENABLE_FORMATTERS 0
-// A map needs three. With MOST_DOTS this bounds how deep tables are, which are freed recursively.
+// A map needs three. With the dots that readMapText() allows in a line this bounds how deep tables
+// are, which are freed recursively.
 #define TOML_MAX_NESTED_VALUES 8
 #include <toml++/toml.h>
 
 namespace {
-
-constexpr std::size_t MOST_BYTES = std::size_t{16} << 20;
-constexpr std::size_t MOST_DOTS = 1000;  // in a line; each may begin another table
 
 // A value, and what messages need to name it.
 struct Value {
@@ -281,62 +278,6 @@ constexpr std::array<Key<MapFile>, 3> MAP_KEYS = {{{"version", true, readVersion
 
 // ---- The file ----
 
-// Reads no more than a map may have, since a pipe or a device can be without end.
-std::string readText(const std::string& fileName, std::string& text) {
-  InputFault fault;
-  fault.file = fileName;
-  errno = 0;
-  std::ifstream file(fileName, std::ios::binary);
-  std::vector<char> piece(file.is_open() ? std::size_t{1} << 16 : 0);
-  do {
-    file.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-    text.append(piece.data(), static_cast<std::size_t>(file.gcount()));
-  } while (file.good() && text.size() <= MOST_BYTES);
-  if (text.size() > MOST_BYTES) return positionText(fileName) + "too long for a map";
-  if (file.is_open() && !file.bad()) return "";
-  fault.kind = file.is_open() ? InputFault::Kind::CANT_READ : InputFault::Kind::CANT_OPEN;
-  fault.error = errno;
-  return sentenceOf(fault);
-}
-
-// What a line has that toml++ 3.3 can't be trusted with; empty if nothing. Outside strings and
-// comments, characters beyond ASCII lead it to undefined behaviour, and dots may nest tables deeper
-// than the stack allows. Without strings of several lines, every line begins outside a string.
-std::string_view untrusted(std::string_view line) {
-  char quote = '\0';
-  std::size_t dots = 0;
-  for (std::size_t i = 0; i < line.size(); ++i) {
-    const char character = line[i];
-    if (quote != '\0') {
-      if (character == '\\' && quote == '"') ++i;
-      if (character == quote) quote = '\0';
-      continue;
-    }
-    if (character == '#') return "";
-    if (character == '"' || character == '\'') {
-      if (line.substr(i).starts_with(std::string(3, character))) {
-        return "a map has no strings of several lines";
-      }
-      quote = character;
-    }
-    if ((character & 0x80) != 0) return "not ASCII, outside a string and a comment";
-    if (character == '.' && ++dots > MOST_DOTS) return "too many dots";
-  }
-  return "";
-}
-
-std::string refuseUntrusted(const std::string& fileName, std::string_view text) {
-  constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
-  if (text.starts_with(BYTE_ORDER_MARK)) text.remove_prefix(BYTE_ORDER_MARK.size());
-  for (std::uint64_t number = 1; !text.empty(); ++number) {
-    const std::string_view line = text.substr(0, text.find('\n'));
-    const std::string_view reason = untrusted(line);
-    if (!reason.empty()) return positionText(fileName, number) + std::string(reason);
-    text.remove_prefix(std::min(line.size() + 1, text.size()));
-  }
-  return "";
-}
-
 std::string syntaxError(const std::string& fileName, const toml::parse_error& error) {
   const toml::source_position where = error.source().begin;
   const std::string_view text = error.description();
@@ -350,8 +291,7 @@ std::string syntaxError(const std::string& fileName, const toml::parse_error& er
 
 std::string readMapFile(const std::string& fileName, MapFile& mapFile) {
   std::string text;
-  if (std::string fault = readText(fileName, text); !fault.empty()) return fault;
-  if (std::string fault = refuseUntrusted(fileName, text); !fault.empty()) return fault;
+  if (std::string fault = readMapText(fileName, text); !fault.empty()) return fault;
   const toml::parse_result parsed = toml::parse(std::string_view(text));
   if (!parsed) return syntaxError(fileName, parsed.error());
   return readTable<MapFile>({fileName, parsed.table(), ""}, MAP_KEYS, mapFile);
