@@ -15,14 +15,17 @@ namespace {
 constexpr std::size_t MOST_BYTES = std::size_t{16} << 20;
 constexpr std::size_t MOST_DOTS = 1000;  // in a line; each may begin another table
 
-// What a line has that toml++ 3.3 can't be trusted with; empty if nothing. Outside strings and
-// comments, characters beyond ASCII lead it to undefined behaviour, and dots may nest tables deeper
-// than the stack allows. Without strings of several lines, every line begins outside a string.
+// What a line has that toml++ 3.3 can't be trusted with; empty if nothing. Characters
+// beyond ASCII lead it to undefined behaviour where it looks for white space, which also happens
+// after a stray quote; and dots may nest tables deeper than the stack allows. Without strings of
+// several lines, every line begins outside a string.
 std::string_view untrusted(std::string_view line) {
   char quote = '\0';
   std::size_t dots = 0;
   for (std::size_t i = 0; i < line.size(); ++i) {
     const char character = line[i];
+    if ((character & 0x80) != 0)
+      return "not ASCII, outside a comment; \\u00E4 spells one in a string";
     if (quote != '\0') {
       if (character == '\\' && quote == '"') ++i;
       if (character == quote) quote = '\0';
@@ -35,7 +38,6 @@ std::string_view untrusted(std::string_view line) {
       }
       quote = character;
     }
-    if ((character & 0x80) != 0) return "not ASCII, outside a string and a comment";
     if (character == '.' && ++dots > MOST_DOTS) return "too many dots";
   }
   return "";
