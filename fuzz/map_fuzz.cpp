@@ -108,18 +108,20 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
 }
 
 std::string makeSeed(std::mt19937_64& random) {
-  const auto pick = [&](std::vector<std::string> from) { return from[random() % from.size()]; };
-  if (random() % 4 == 0)
-    return pick({"12 3f\n", "@1_0"}) + pick({"/* 1\n2 */ ", "# 4\n"}) + "5 @3 6";
-  std::string text = "version = 1\n";
-  const char* const wids[] = {"'0.wid'", "['0.wid', '4.wid']", "[['1.wid', '3.wid'], '2.wid']",
-                              "'6.wid'", "[['7.wid', '5.wid']]"};
-  for (unsigned i = 0, base = 0; i < 3; ++i, base += 0x100) {
-    text += "[memory.m" + std::to_string(i) + "]\nwords = " + pick({"2", "4", "[1, 3]"}) +
-            "\nwid = " + wids[random() % 5] + "\n";
-    text += pick(
-        {"", "", "base = " + std::to_string(base) + "\norder = \"little\"\n", "order = 'big'\n"});
-    text += pick({"", "also-at = [0x8000, \"0xFFFF_FFFF_FFFF_FF00\"]\n", "fill = 0x5\n"});
-  }
-  return text + pick({"", "[outside]\nflash = {base = 0x4000, bytes = 16}\n"});
+  using Texts = std::vector<std::string>;
+  const auto pick = [&](const Texts& from) { return from[random() % from.size()]; };
+  const std::vector<Texts> words = {{"12 3f\n", "@1_0 "}, {"/* 1\n2 */ ", "# 4\n"}, {"5 @3 6"}};
+  const std::vector<Texts> map = {
+      {"version = 1\n[memory.a]\nbase = 0",
+       "version = 1\n[memory.a]\nbase = '0xFFFF_FFFF_FFFF_FFF0'"},
+      {"\nwords = 4", "\nwords = [1, 3]", "\nwords = [3, 2]"},
+      {"\norder = 'little'\n", "\norder = 'big'\n"},
+      {"wid = ['1.wid', '4.wid']\n", "wid = [['0.wid', '5.wid'], '3.wid']\n"},
+      {"", "fill = 0xABC\n", "also-at = [0x8000, 0x9000]\n"},
+      {"", "[memory.\"b.c\"]\nwords = 2\nwid = '2.wid'\norder = 'big'\nbase = 0x100\n"},
+      {"", "[memory.odd]\nwords = 2\nwid = [['7.wid', '6.wid']]\nfill = 0x3FF\n"},
+      {"", "[outside]\nflash = {base = 0x4000, bytes = 16}\n"}};
+  std::string text;
+  for (const Texts& texts : random() % 4 == 0 ? words : map) text += pick(texts);
+  return text;
 }

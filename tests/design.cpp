@@ -18,7 +18,11 @@ class DesignMaker {
     for (unsigned i = 0; i < numMemories; ++i) addMemory("m" + std::to_string(i));
     std::ranges::shuffle(commands, random);
     std::string stream = digits(0xFF, 8);
-    for (const std::string& command : commands) stream += command;
+    for (const std::string& command : commands) {
+      stream += command;
+      // A CRC that covers bits of the field before it would be right until that one changes.
+      stream.resize((stream.size() + 7) / 8 * 8 + (identifierBits == 9 ? 0 : 8), '1');
+    }
     design.stream = packDigits(stream);
     writeFile("in.bit", design.stream);
     writeFile("design.toml", map);
@@ -31,7 +35,7 @@ class DesignMaker {
   void addMemory(const std::string& name) {
     MemoryDesign& memory = design.memories.emplace_back();
     memory.name = name;
-    memory.wordBits = std::vector{8U, 16U, 32U, 24U, 10U, 13U, 64U}[below(7)];
+    memory.wordBits = isPlain ? 8 : std::vector{8U, 8U, 16U, 32U, 24U, 10U, 13U, 64U}[below(8)];
     memory.isBig = below(2) == 0;
     memory.fill = digits(below(3) == 0 ? 0x13 : 0, memory.wordBits);
     std::string words, wids;
@@ -59,7 +63,7 @@ class DesignMaker {
     memory.words.resize(part.firstWord + part.words, memory.fill);
     for (unsigned bit = 0; bit < memory.wordBits;) {
       const unsigned left = memory.wordBits - bit;
-      addLane(part, bit, below(2) == 0 ? left : 1 + below(left));
+      addLane(part, bit, isPlain || below(2) == 0 ? left : 1 + below(left));
       bit += part.lanes.back().bits();
     }
   }
@@ -67,7 +71,8 @@ class DesignMaker {
   void addLane(PartDesign& part, unsigned firstBit, unsigned bits) {
     LaneDesign& lane = part.lanes.emplace_back();
     lane.firstBit = firstBit;
-    lane.bitsPerEbr = std::gcd(bits, std::vector{1U, 2U, 4U, 8U, 16U, 3U, 13U}[below(7)]);
+    lane.bitsPerEbr =
+        std::gcd(bits, isPlain ? 8 : std::vector{1U, 2U, 4U, 8U, 16U, 3U, 13U}[below(7)]);
     lane.widFile = std::to_string(numLanes++) + ".wid";
     for (unsigned ebr = 0; ebr < bits / lane.bitsPerEbr; ++ebr) {
       lane.wids.push_back(digits(++numEbrs, identifierBits));
@@ -81,7 +86,8 @@ class DesignMaker {
 
   std::mt19937_64& random;
   Design design;
-  const unsigned identifierBits = 9 + below(2) * 3;  // with 9 every command has whole bytes
+  const unsigned identifierBits = 9 + below(2) * 3;  // with 9 a command has whole bytes
+  const bool isPlain = below(3) == 0;                // every EBR has bytes as they are loaded
   unsigned numLanes = 0, numEbrs = 0, nextBase = 0x100;
   std::vector<std::string> commands;
   std::string map = "version = 1\n";

@@ -26,11 +26,6 @@ std::uint64_t significantBits(const std::vector<unsigned char>& number) {
   return (number.size() - 1) * 8 + static_cast<std::uint64_t>(std::bit_width(number.back()));
 }
 
-FileIdentity identityOfFile(const std::string& fileName) {
-  struct stat status {};
-  return ::stat(fileName.c_str(), &status) == 0 ? identityOf(status) : FileIdentity();
-}
-
 // "FILE, line N: " of the lane's line number `index`, of those that count.
 std::string positionOfLine(const Lane& lane, std::size_t index) {
   struct stat status {};
@@ -81,7 +76,7 @@ class MapBuilder {
 
   std::string loadLane(const WidName& name, Lane& lane) {
     lane.widFile = std::filesystem::path(map.file).parent_path() / name.value;
-    const FileIdentity identity = identityOfFile(lane.widFile);
+    const FileIdentity identity = identityOf(lane.widFile);
     // Its EBRs would be in two places. Refused before it is read, because a short map could have a
     // long file read any number of times.
     if (identity != FileIdentity() && !opened.emplace(identity.device, identity.inode).second) {
@@ -218,7 +213,7 @@ std::string readMap(const std::string& fileName, Map& map) {
   map.file = fileName;
   MapFile mapFile;
   if (std::string fault = readMapFile(fileName, mapFile); !fault.empty()) return fault;
-  map.inputs.push_back({fileName, identityOfFile(fileName)});
+  map.inputs.push_back({fileName, mapFile.identity});
   MapBuilder builder(map);
   for (const MemoryTable& table : mapFile.memories) {
     if (std::string fault = builder.addMemory(table); !fault.empty()) return fault;

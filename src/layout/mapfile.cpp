@@ -4,28 +4,24 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <fstream>
 #include <numeric>
 #include <optional>
 #include <span>
 #include <utility>
 
+#include "layout/maptext.h"
 #include "layout/number.h"
-#include "reports/inputs.h"
 #include "reports/position.h"
 #include "reports/text.h"
 
 #define TOML_EXCEPTIONS 0
 #define TOML_ENABLE_FORMATTERS 0
-// A map needs three. With MOST_DOTS this bounds how deep tables are, which are freed recursively.
+// A map needs three. With the dots that readMapText() allows in a line this bounds how deep tables
+// are, which are freed recursively.
 #define TOML_MAX_NESTED_VALUES 8
 #include <toml++/toml.h>
 
 namespace {
-
-constexpr std::size_t MOST_BYTES = std::size_t{16} << 20;
-constexpr std::ptrdiff_t MOST_DOTS = 1000;  // in a line; each may begin another table
 
 // A value, and what messages need to name it.
 struct Value {
@@ -282,36 +278,6 @@ constexpr std::array<Key<MapFile>, 3> MAP_KEYS = {{{"version", true, readVersion
 
 // ---- The file ----
 
-// Reads no more than a map may have, since a pipe or a device can be without end.
-std::string readText(const std::string& fileName, std::string& text) {
-  InputFault fault;
-  fault.file = fileName;
-  errno = 0;
-  std::ifstream file(fileName, std::ios::binary);
-  std::vector<char> piece(file.is_open() ? std::size_t{1} << 16 : 0);
-  do {
-    file.read(piece.data(), static_cast<std::streamsize>(piece.size()));
-    text.append(piece.data(), static_cast<std::size_t>(file.gcount()));
-  } while (file.good() && text.size() <= MOST_BYTES);
-  if (text.size() > MOST_BYTES) return positionText(fileName) + "too long for a map";
-  if (file.is_open() && !file.bad()) return "";
-  fault.kind = file.is_open() ? InputFault::Kind::CANT_READ : InputFault::Kind::CANT_OPEN;
-  fault.error = errno;
-  return textOf(fault);
-}
-
-std::string refuseDots(const std::string& fileName, std::string_view text) {
-  for (std::uint64_t line = 1; !text.empty(); ++line) {
-    const std::string_view first = text.substr(0, text.find('\n'));
-    if (std::ranges::count(first, '.') > MOST_DOTS) {
-      return positionText(fileName, line) + "more than " + std::to_string(MOST_DOTS) +
-             " dots in a line";
-    }
-    text.remove_prefix(std::min(first.size() + 1, text.size()));
-  }
-  return "";
-}
-
 std::string syntaxError(const std::string& fileName, const toml::parse_error& error) {
   const toml::source_position where = error.source().begin;
   const std::string_view text = error.description();
@@ -324,10 +290,10 @@ std::string syntaxError(const std::string& fileName, const toml::parse_error& er
 }  // namespace
 
 std::string readMapFile(const std::string& fileName, MapFile& mapFile) {
-  std::string text;
-  if (std::string fault = readText(fileName, text); !fault.empty()) return fault;
-  if (std::string fault = refuseDots(fileName, text); !fault.empty()) return fault;
-  const toml::parse_result parsed = toml::parse(std::string_view(text));
+  ByteBuffer text;
+  std::string fault = readMapText(fileName, text, mapFile.identity);
+  if (!fault.empty()) return fault;
+  const toml::parse_result parsed = toml::parse(text.text());
   if (!parsed) return syntaxError(fileName, parsed.error());
   return readTable<MapFile>({fileName, parsed.table(), ""}, MAP_KEYS, mapFile);
 }

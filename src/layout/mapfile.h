@@ -35,6 +35,7 @@ struct MemoryTable {
 struct MapFile {
   std::vector<MemoryTable> memories;
   std::vector<OutsideRange> outside;
+  FileIdentity identity;  ///< of the map
 };
 
 /// Reads a map's text. Returns the sentence that says what is wrong and where, empty if nothing is:
