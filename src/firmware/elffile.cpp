@@ -318,6 +318,9 @@ class ElfReader {
 
   // ELF allows one table of symbols.
   std::string readSymbols() {
+    haveBytes = std::ranges::any_of(sections, [](const Section& section) {
+      return isAllocated(section.header) && hasFileBytes(section.header);
+    });
     const auto table = std::find_if(sections.begin(), sections.end(), [](const Section& section) {
       return section.header.sh_type == SHT_SYMTAB;
     });
@@ -354,8 +357,12 @@ class ElfReader {
     }
   }
 
+  // Nothing of a section without bytes is loaded, so its variables are where the program sees them:
+  // at the load address there would be something else. In a file of symbols alone, all sections are
+  // without bytes.
   std::uint64_t loadAddress(const Section& section, std::uint64_t address) const {
-    if (section.segment == nullptr) return address;
+    const bool isLoaded = section.header.sh_type != SHT_NOBITS || !haveBytes;
+    if (section.segment == nullptr || !isLoaded) return address;
     return (address + shiftOf(*section.segment)) & lastAddress;
   }
 
@@ -364,6 +371,7 @@ class ElfReader {
   FirmwareImage& image;
   std::unique_ptr<Elf, decltype(&elf_end)> elf = {nullptr, &elf_end};
   GElf_Ehdr header = {};
+  bool haveBytes = false;  // some of the sections that are part of the program
   std::uint64_t lastAddress = UINT64_MAX;
   std::uint64_t numSections = 0, numSegments = 0;
   std::vector<Segment> segments;  ///< PT_LOAD only; physical addresses are those to load to

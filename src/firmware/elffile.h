@@ -9,8 +9,9 @@
 
 /// readFirmware() for ELF: the bytes of every section that is part of the running program and has
 /// bytes in the file, at the address where a loader puts them, and the symbols. In a file without
-/// sections, the bytes of its segments. Symbols move to load addresses with their section; only
-/// symbols of such sections and absolute ones are given, and no names longer than 4096 bytes.
+/// sections, the bytes of its segments. Symbols move to load addresses with their section's bytes,
+/// and stay if it has none; only symbols of such sections and absolute ones are given, and no names
+/// longer than 4096 bytes.
 std::string readElf(const std::string& fileName, std::span<const unsigned char> bytes,
                     FirmwareImage& image);
 

@@ -65,6 +65,7 @@ std::string Images::placePiece(const Content& content, const Piece& piece) {
   }
   if (!place->memory) return placeAtAddresses(content, piece, place->value);
   const Memory& memory = map.memories[*place->memory];
+  if (std::string fault = refuse(content, memory); !fault.empty()) return fault;
   const std::uint64_t room = memory.bytes() - std::min(place->value, memory.bytes());
   if (piece.bytes.size() > room) return tooLong(content, piece, room, memory);
   return put({&content, &piece, 0, place->memory, 0, place->value, piece.bytes.size()});
@@ -136,10 +137,13 @@ std::string Images::refuse(const Content& content, const Memory& memory) const {
 
 std::string Images::tooLong(const Content& content, const Piece& piece, std::uint64_t fitting,
                             const Memory& memory) const {
-  const std::uint64_t excess = piece.bytes.size() - fitting;
+  const std::uint64_t bytes = piece.bytes.size() - fitting;
+  const std::string excess = memory.hasByteAddresses()
+                                 ? countOf(bytes, "byte")
+                                 : countOf(bytes / memory.wordBytes(), "word");
   std::string subject = content.originOf(piece, fitting);
   if (piece.section.empty()) subject += ": the data";
-  return subject + " is " + countOf(excess, "byte") + " too long for " + nameWithLine(map, memory);
+  return subject + " is " + excess + " too long for " + nameWithLine(map, memory);
 }
 
 // Says which range of bytes has no place, and what lies nearest.

@@ -108,14 +108,14 @@ class Load {
   // An output may replace the bitstream that it was made from, and no other input.
   std::string refuseOutputs() const {
     std::vector<ReadFile> inputs = inputsBesideBitstream();
-    if (options.outputFile) {
-      if (std::string fault = refuseInput(*options.outputFile, inputs); !fault.empty()) {
-        return fault;
-      }
-      inputs.push_back({*options.outputFile, identityOf(*options.outputFile)});
-    }
+    std::string fault = options.outputFile ? refuseInput(*options.outputFile, inputs) : "";
+    if (!fault.empty() || !options.depFile) return fault;
     inputs.push_back({options.bitFile, bitIdentity});
-    return options.depFile ? refuseInput(*options.depFile, inputs) : "";
+    if (fault = refuseInput(*options.depFile, inputs); !fault.empty()) return fault;
+    const bool isOutput = *options.depFile == *options.outputFile ||
+                          (identityOf(*options.depFile) != FileIdentity() &&
+                           identityOf(*options.depFile) == identityOf(*options.outputFile));
+    return isOutput ? "--depfile and -o name the same file" : "";
   }
 
   std::string fillImages() {
@@ -144,7 +144,8 @@ class Load {
   std::string writeDepFile() const {
     std::vector<std::string> names = {options.bitFile};
     for (const ReadFile& input : inputsBesideBitstream()) {
-      if (input.name != "-") names.push_back(input.name);
+      const bool isKnown = std::ranges::find(names, input.name) != names.end();
+      if (input.name != "-" && !isKnown) names.push_back(input.name);
     }
     const std::string rule = spellRule(*options.outputFile, names);
     if (rule.empty()) return *options.depFile + ": a file name with a line end fits no rule";
