@@ -103,7 +103,7 @@ def make_design(folder):
         (folder / f"{part}.wid").write_text("".join(lines) + "aw11;dw32\n", encoding="ascii")
     (folder / "design.bit").write_bytes(stream + b"\xff" * 32)
     for name, text in {"design.toml": MAP, "firmware.s": FIRMWARE, "link.ld": LINKER_SCRIPT,
-                       "main.c": MAIN, "firmware.mem": "A5A5A5A5\n3C3C3C3C\n0F\nF00D\n"}.items():
+                       "main.c": MAIN, "firmware.mem": "A5A5A5A5\n3C3C3C3C\n0F0F0F0F\nF00DF00D\n"}.items():
         (folder / name).write_text(text, encoding="ascii")
     (folder / "firmware.bin").write_bytes(bytes(range(256)))
     shutil.copy(folder / "design.bit", folder / "design-random.bit")
