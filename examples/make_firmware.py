@@ -45,8 +45,8 @@ def make_elf(code, data):
         """The header of a section; its contents follow those before."""
         nonlocal body
         begin, body = at + len(body), body + contents
-        return struct.pack("<10I", add_string(strings, name), kind, flags, address, begin, len(contents),
-                           link, 1 if link else 0, 4, size)
+        return struct.pack("<10I", add_string(strings, name), kind, flags, address, begin,
+                           len(contents), link, 1 if link else 0, 4, size)
 
     for name, flags, access, address, contents in loaded:
         segments += struct.pack("<8I", LOAD, at + len(body), address, address, len(contents),

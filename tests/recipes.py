@@ -12,7 +12,6 @@ machine of 64 bits makes.
 
 import os
 import re
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -102,11 +101,11 @@ def make_design(folder):
         lines = [f"0b{wid}\n" for wid in wids]
         (folder / f"{part}.wid").write_text("".join(lines) + "aw11;dw32\n", encoding="ascii")
     (folder / "design.bit").write_bytes(stream + b"\xff" * 32)
-    for name, text in {"design.toml": MAP, "firmware.s": FIRMWARE, "link.ld": LINKER_SCRIPT,
-                       "main.c": MAIN, "firmware.mem": "A5A5A5A5\n3C3C3C3C\n0F0F0F0F\nF00DF00D\n"}.items():
+    texts = {"design.toml": MAP, "firmware.s": FIRMWARE, "link.ld": LINKER_SCRIPT, "main.c": MAIN,
+             "firmware.mem": "A5A5A5A5\n3C3C3C3C\n0F0F0F0F\nF00DF00D\n"}
+    for name, text in texts.items():
         (folder / name).write_text(text, encoding="ascii")
     (folder / "firmware.bin").write_bytes(bytes(range(256)))
-    shutil.copy(folder / "design.bit", folder / "design-random.bit")
     for command in ("as -o firmware.o firmware.s",
                     "ld -z max-page-size=4 -T link.ld -o firmware.elf firmware.o",
                     "objcopy -O ihex firmware.elf firmware.hex",
