@@ -31,14 +31,18 @@ def add_string(table, text):
     return len(table) - len(text) - 1
 
 
-def make_elf(code, data):
-    """An ELF file with `code` at 0 and `data` in the RAM."""
+def make_elf(code, data, symbols):
+    """An ELF file with `code` at 0 and `data`, if any, in the RAM, and symbols: names to addresses."""
     strings = bytearray(b"\0")
-    serial = struct.pack("<IIIBBH", add_string(strings, "serial_number"), RAM + SERIAL_NUMBER, 4,
-                         GLOBAL_OBJECT, 0, 2)
-    loaded = ((".text", SHF_ALLOC | SHF_EXECINSTR, READ | EXECUTE, 0, code),
-              (".data", SHF_ALLOC | SHF_WRITE, READ | WRITE, RAM, data))
-    body, at = b"", 52 + 32 * len(loaded)
+    loaded = [(".text", SHF_ALLOC | SHF_EXECINSTR, READ | EXECUTE, 0, code)]
+    if data:
+        loaded.append((".data", SHF_ALLOC | SHF_WRITE, READ | WRITE, RAM, data))
+    entries = bytes(16)
+    for name, address in symbols.items():
+        entries += struct.pack("<IIIBBH", add_string(strings, name), address, 4, GLOBAL_OBJECT, 0,
+                               2 if address >= RAM else 1)
+    number, at = 2 + len(loaded), 52 + 32 * len(loaded)
+    body = b""
     segments, sections = b"", bytes(40)
 
     def section(name, kind, flags, address, contents, link=0, size=0):
@@ -52,13 +56,14 @@ def make_elf(code, data):
         segments += struct.pack("<8I", LOAD, at + len(body), address, address, len(contents),
                                 len(contents), access, 4)
         sections += section(name, PROGBITS, flags, address, contents)
-    sections += section(".symtab", SYMTAB, 0, 0, bytes(16) + serial, 4, 16)
+    sections += section(".symtab", SYMTAB, 0, 0, entries, number, 16)
     name = add_string(strings, ".strtab")
     sections += struct.pack("<10I", name, STRTAB, 0, 0, at + len(body), len(strings), 0, 0, 1,
                             0)
     body += strings
     header = LITTLE_ENDIAN_32 + struct.pack("<HHIIIIIHHHHHH", EXECUTABLE, 0, 1, 0, 52,
-                                            at + len(body), 0, 52, 32, len(loaded), 40, 5, 4)
+                                            at + len(body), 0, 52, 32, len(loaded), 40, number + 1,
+                                            number)
     return header + segments + body + sections
 
 
@@ -87,7 +92,8 @@ def main():
     (outdir / "design.toml").write_text("version = 1\n" + "".join(tables), encoding="ascii")
     image = (outdir / "firmware.bin").read_bytes()
     code, data = image[:LANES * WORDS * 3 // 2], image[:LANES * WORDS // 2]
-    (outdir / "firmware.elf").write_bytes(make_elf(code, data))
+    (outdir / "firmware.elf").write_bytes(
+        make_elf(code, data, {"serial_number": RAM + SERIAL_NUMBER}))
     print(f"design.toml: a ROM and a RAM of {LANES * WORDS * (half // LANES)} bytes each")
     print(f"firmware.elf: {len(code)} bytes for the ROM, {len(data)} for the RAM")
 
