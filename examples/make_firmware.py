@@ -32,7 +32,7 @@ def add_string(table, text):
 
 
 def make_elf(code, data, symbols):
-    """An ELF file with `code` at 0 and `data`, if any, in the RAM, and symbols: names to addresses."""
+    """An ELF file with `code` at 0, `data`, if any, in the RAM, and symbols: names to addresses."""
     strings = bytearray(b"\0")
     loaded = [(".text", SHF_ALLOC | SHF_EXECINSTR, READ | EXECUTE, 0, code)]
     if data:
