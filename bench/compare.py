@@ -22,8 +22,12 @@ from pathlib import Path
 from typing import NamedTuple
 
 ROOT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "examples"))
+import make_firmware  # pylint: disable=wrong-import-position, import-error
+
 RAMGRAFT = ROOT / "build/release/ramgraft"
 INSPECT = ROOT / "build/release/ramgraft-inspect"
+LOAD = ROOT / "build/release/ramgraft-load"
 DATA = ROOT / "build/bench-data"
 WARM_UP_ROUNDS = 3
 ROUNDS = 30
@@ -110,8 +114,13 @@ INSPECTIONS = {
     "locate": Inspection("S1", 3, "locate", (GRAFTED, "firmware.mem")),
     "locate-S3": Inspection("S3", 5, "locate", (GRAFTED, "firmware.mem")),
 }
+# A run of ramgraft-load, compared with one of ramgraft on S1: how many memories like that of S1 it
+# loads, and how many times the time it may take. With an ELF file that has many symbols, of which
+# one is set, it may take so many milliseconds more.
+LOADS = {"load": (1, 1.3), "load-6": (6, 1.6)}
+ELF_EXTRA_MS, ELF_SYMBOLS = 20, 20_000
 ROWS = ("S1", "S2", "S3", "S3u", "S4", "S5", *(name for name in YARDSTICKS if "-" in name),
-        *INSPECTIONS)
+        *INSPECTIONS, *LOADS, "load-elf")
 
 
 class Row(NamedTuple):
@@ -288,6 +297,63 @@ def compare_inspection(name, inspection, stream, rounds):
                inspection.limit, peak_bytes(ours, inspection.status), file_bytes(folder))
 
 
+def make_memories(stream, count):
+    """A folder with a map of `count` memories, each like that of `stream`, and their contents."""
+    count = min(count, stream.sections // stream.listed)
+    folder = make_stream(stream._replace(listed=count * stream.listed))
+    wids = (folder / "ram.wid").read_text().split()[:-1]
+    image = (folder / "firmware.bin").read_bytes()
+    size, design = stream.words * stream.listed, "version = 1\n"  # an EBR has 8 bits of a word
+    for number in range(count):
+        part = image[number * size:(number + 1) * size]
+        files = {"wid": [*wids[number * stream.listed:][:stream.listed],
+                         f"aw{(stream.words - 1).bit_length()};dw{8 * stream.listed}"],
+                 "mem": [part[at:at + stream.listed].hex() for at in range(0, size, stream.listed)]}
+        for kind, lines in files.items():
+            (folder / f"m{number}.{kind}").write_text("\n".join(lines) + "\n")
+        (folder / f"m{number}.bin").write_bytes(part)
+        design += (f'[memory.m{number}]\nbase = {number * size}\nwords = {stream.words}\n'
+                   f'order = "big"\nwid = "m{number}.wid"\n')
+    (folder / "design.toml").write_text(design)
+    return folder, count
+
+
+def check_load(folder, count):
+    """Stops unless the output is that of a chain of runs."""
+    chain = folder / "saved/chain.bit"
+    shutil.copyfile(folder / "in.bit", chain)
+    for number in range(count):
+        files = (folder / f"m{number}.{kind}" for kind in ("wid", "mem"))
+        run_quietly([RAMGRAFT, chain, *files, chain])
+    if not filecmp.cmp(chain, folder / "saved/out.bit", shallow=False):
+        raise SystemExit(f"{folder / 'saved/out.bit'} differs from {chain}")
+
+
+def load_command(folder, *contents):
+    return [str(LOAD), "-o", str(folder / "saved/out.bit"), str(folder / "design.toml"),
+            str(folder / "in.bit"), *contents]
+
+
+def compare_load(name, stream, rounds):
+    """A row for a run of ramgraft-load in turn with one of ramgraft, both to new files."""
+    graft = ramgraft_command(make_stream(stream), "saved/graft.bit")
+    memories, limit = LOADS.get(name, (1, 0))
+    folder, count = make_memories(stream, memories)
+    ours = load_command(folder, *(f"m{i}={folder}/m{i}.bin" for i in range(count)))
+    if name == "load-elf":
+        elf = folder / "firmware.elf"
+        symbols = {f"variable_with_a_long_name_{i:06}": 4 * i for i in range(ELF_SYMBOLS)}
+        elf.write_bytes(make_firmware.make_elf((folder / "m0.bin").read_bytes(), b"", symbols))
+        ours = load_command(folder, "--any-byte-order", "--set",
+                            "variable_with_a_long_name_000001=u32:1", str(elf))
+    time, graft_time = time_in_turn([ours, graft], [[ours[2]], [graft[-1]]], rounds, True)
+    if name != "load-elf":
+        check_load(folder, count)
+    return Row(name, f"{stream.describe()}{', six times' if count == 6 else ''}", "S1, new file",
+               time, graft_time, limit or (graft_time + ELF_EXTRA_MS) / graft_time,
+               peak_bytes(ours), file_bytes(folder))
+
+
 def compare_fill(name, stream, rounds):
     """A row for a stream of another fill, which isn't kept: with its output it may take 512 MB."""
     row = compare_with_copy(name, stream, rounds, is_fresh=True)
@@ -310,6 +376,9 @@ def measure(names, streams, rounds):
                 if is_fresh:
                     inspection = INSPECTIONS[name]
                     yield compare_inspection(name, inspection, streams[inspection.stream], rounds)
+            elif name.startswith("load"):
+                if is_fresh:
+                    yield compare_load(name, streams["S1"], rounds)
             elif is_fresh:
                 size, _, fill = name.partition("-")
                 yield compare_fill(name, streams[size]._replace(fill=fill), rounds)

@@ -2,12 +2,14 @@
 
 install(TARGETS ramgraft RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 set(pages ramgraft)
-if(TARGET ramgraft-inspect)
-  install(TARGETS ramgraft-inspect RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  install(FILES completion/ramgraft-inspect
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
-  list(APPEND pages ramgraft-inspect)
-endif()
+foreach(companion ramgraft-inspect ramgraft-load)
+  if(TARGET ${companion})
+    install(TARGETS ${companion} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES completion/${companion}
+      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    list(APPEND pages ${companion})
+  endif()
+endforeach()
 foreach(page ${pages})
   configure_file(man/${page}.1.in man/${page}.1 @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/man/${page}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)

@@ -1,0 +1,235 @@
+#!/usr/bin/env python3
+"""Runs the recipes of the documents as written, and real firmware through ramgraft-load.
+
+Usage: recipes.py FOLDER_OF_THE_PROGRAMS
+
+A comment <!-- RECIPE: FILE --> before a block of README.md or docs/load.md puts the block into that
+file of the recipe's folder, <!-- RECIPE: run --> runs it, and <!-- RECIPE: console --> runs its
+commands and compares what they print. Each recipe gets a folder with a made-up design; its firmware
+is linked by the machine's own as and ld. What the documents print of it is what a little-endian
+machine of 64 bits makes.
+"""
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "examples"))
+import ebrstream  # pylint: disable=wrong-import-position, import-error
+
+WORDS, FRAMES, LANES = 2048, 256, 4  # of an EBR; EBRs that make words of 32 bits
+PARTS = {"rom-0": 1, "rom-1": 5, "ram": 9}  # and the first of its EBRs
+ROM_BYTES, RAM = 2 * LANES * WORDS, 0x20000000
+BLOCK = re.compile(r"<!-- ([\w-]+): (\S+) -->\n+```\w*\n(.*?)^```$", re.DOTALL | re.MULTILINE)
+
+MAP = """\
+version = 1
+
+[memory.rom]
+base  = 0x0000_0000
+words = 4096
+order = "little"
+wid   = ["rom-0.wid", "rom-1.wid"]
+
+[memory.ram]
+base  = 0x2000_0000
+words = 2048
+order = "little"
+wid   = "ram.wid"
+"""
+FIRMWARE = """\
+        .section .text, "ax"
+        .globl  _start
+_start: .ascii  "the first code"
+        .fill   9000, 1, 0x5A
+        .section .rodata, "a"
+        .balign 256
+        .globl  serial_number
+serial_number:
+        .4byte  0
+        .data
+        .ascii  "copied from the ROM"
+        .section .ramdata, "aw"
+        .globl  table
+table:
+        .ascii  "initialised in the RAM"
+        .bss
+        .skip   64
+"""
+# The first segment begins with the ELF header, as most linkers make it.
+LINKER_SCRIPT = """\
+ENTRY(_start)
+PHDRS { text PT_LOAD FILEHDR PHDRS; data PT_LOAD; ram PT_LOAD; }
+SECTIONS {
+  . = SIZEOF_HEADERS;
+  .text : { *(.text) } :text
+  .rodata : { *(.rodata) } :text
+  .data 0x20000000 : AT(ADDR(.rodata) + SIZEOF(.rodata)) { *(.data) } :data
+  .ramdata : AT(ADDR(.ramdata)) { *(.ramdata) } :ram
+  .bss : { *(.bss) } :ram
+  /DISCARD/ : { *(.note*) *(.comment) *(.eh_frame*) }
+}
+"""
+MAIN = """\
+const unsigned serial_number = 0;
+void _start(void) {}
+"""
+
+
+def run(command, folder, programs, status=0):
+    """What the command prints; unless it is None, the status must be this one."""
+    path = f"{programs}:{os.environ['PATH']}"
+    result = subprocess.run(command, cwd=folder, env={**os.environ, "PATH": path}, text=True,
+                            stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+    if status not in (None, result.returncode):
+        raise SystemExit(f"{command} in {folder}: status {result.returncode}\n{result.stdout}")
+    return result.stdout
+
+
+def make_design(folder):
+    """A bitstream with a ROM of two parts and a RAM, and firmware for it."""
+    folder.mkdir()
+    stream = b"\xff" * 32
+    for part, first in PARTS.items():
+        wids = [format(first + lane, "09b") for lane in range(LANES)]
+        for wid in wids:
+            stream += ebrstream.write_command(wid, ebrstream.pack_payload(b"", FRAMES))
+        lines = [f"0b{wid}\n" for wid in wids]
+        (folder / f"{part}.wid").write_text("".join(lines) + "aw11;dw32\n", encoding="ascii")
+    (folder / "design.bit").write_bytes(stream + b"\xff" * 32)
+    texts = {"design.toml": MAP, "firmware.s": FIRMWARE, "link.ld": LINKER_SCRIPT, "main.c": MAIN,
+             "firmware.mem": "A5A5A5A5\n3C3C3C3C\n0F0F0F0F\nF00DF00D\n"}
+    for name, text in texts.items():
+        (folder / name).write_text(text, encoding="ascii")
+    (folder / "firmware.bin").write_bytes(bytes(range(256)))
+    for command in ("as -o firmware.o firmware.s",
+                    "ld -z max-page-size=4 -T link.ld -o firmware.elf firmware.o",
+                    "objcopy -O ihex firmware.elf firmware.hex",
+                    "objcopy -O srec firmware.elf firmware.srec"):
+        run(command.split(), folder, "")
+
+
+def memory_bytes(folder, bit_file, parts):
+    """The bytes of a memory of the made-up design, read without the programs."""
+    data = (folder / bit_file).read_bytes()
+    commands = {each.identifier: each for each in ebrstream.walk_commands(data, 9)}
+    image = b""
+    for part in parts:
+        lanes = []
+        for lane in range(LANES):
+            command = commands[format(PARTS[part] + lane, "09b")]
+            bits = ebrstream.read_bits(data, command.payload_bit, 8 * command.payload_bytes)
+            payload = format(bits, f"0{8 * command.payload_bytes}b")
+            # The lane has 8 bits of each word, the highest first in its column.
+            lanes.append(bytes(int(payload[at + 8:at:-1], 2) for at in range(0, 9 * WORDS, 9)))
+        image += b"".join(map(bytes, zip(*lanes)))
+    return image
+
+
+def check_firmware(folder, programs):
+    """What the linker put into the ELF file must be in the memories, from all three formats."""
+    lines = [line.split() for line in run(["nm", "firmware.elf"], folder, programs).splitlines()]
+    symbols = {name: int(address, 16) for address, _, name in lines}
+    text, serial = symbols["_start"], symbols["serial_number"]
+    assert text > 0, "the ELF header comes first"
+    rom = bytearray(ROM_BYTES)
+    code = b"the first code" + b"\x5a" * 9000
+    rom[text:text + len(code)] = code
+    rom[serial:serial + 4] = (1001).to_bytes(4, "little")
+    rom[serial + 4:serial + 23] = b"copied from the ROM"
+    ram, table = bytearray(LANES * WORDS), symbols["table"] - RAM
+    ram[table:table + 22] = b"initialised in the RAM"
+    outputs = []
+    for content in ("firmware.elf", "firmware.hex", "firmware.srec"):
+        load = ["--symbols", "firmware.elf", "--set", "serial_number=u32:1001", "design.toml"]
+        run(["ramgraft-load", "-o", "out.bit", *load, "design.bit", content], folder, programs)
+        run(["ramgraft-load", "--check", *load, "out.bit", content], folder, programs)
+        run(["ramgraft-load", "--check", *load, "design.bit", content], folder, programs, 1)
+        outputs.append((folder / "out.bit").read_bytes())
+        assert memory_bytes(folder, "out.bit", ("rom-0", "rom-1")) == bytes(rom), content
+        assert memory_bytes(folder, "out.bit", ("ram",)) == bytes(ram), content
+    assert outputs[0] == outputs[1] == outputs[2], "the formats differ"
+
+
+def recipes():
+    """Every marked block of the documents: the recipe, where the block goes, and its text."""
+    for name in ("README.md", "docs/load.md"):
+        for recipe, target, text in BLOCK.findall((ROOT / name).read_text(encoding="utf-8")):
+            yield f"{Path(name).stem}-{recipe}", target, text
+
+
+def run_console(text, folder, programs):
+    """Runs the commands after "$ ", which must print what follows them."""
+    for command, expected in re.findall(r"^\$ (.*)\n((?:(?!\$ ).*\n)*)", text, re.MULTILINE):
+        printed = run(["bash", "-c", command], folder, programs, status=None)
+        if printed != expected:
+            raise SystemExit(f"{folder.name}: $ {command}\nprints:\n{printed}"
+                             f"\nThe document has:\n{expected}")
+
+
+def run_recipes(folder, programs):
+    """Runs all recipes, each in its folder; returns how many blocks there were."""
+    count = 0
+    for recipe, target, text in recipes():
+        count += 1
+        place = folder / recipe
+        if not place.exists():
+            make_design(place)
+        if target == "console":
+            run_console(text, place, programs)
+        elif target == "run":
+            run(["bash", "-euo", "pipefail", "-c", text], place, programs)
+        else:
+            (place / target).write_text(text, encoding="utf-8")
+    return count
+
+
+def check_loaded(folder, programs, bit_file, content):
+    run(["ramgraft-load", "--check", "design.toml", bit_file, content], folder, programs)
+
+
+def check_make(folder, programs):
+    """A changed .wid makes the bitstream anew, though the Makefile doesn't name it."""
+    run(["make"], folder, programs)
+    check_loaded(folder, programs, "design-fw.bit", "firmware.elf")
+    assert "up to date" in run(["make"], folder, programs)
+    (folder / "ram.wid").touch()
+    assert "ramgraft-load" in run(["make"], folder, programs)
+
+
+def check_cmake(folder, programs):
+    """As check_make(), and the firmware is compiled."""
+    check_loaded(folder, programs, "build/design-fw.bit", "build/firmware")
+    before = (folder / "build/design-fw.bit").stat().st_mtime_ns
+    run(["cmake", "--build", "build"], folder, programs)
+    assert (folder / "build/design-fw.bit").stat().st_mtime_ns == before, "made twice"
+    (folder / "ram.wid").touch()
+    run(["cmake", "--build", "build"], folder, programs)
+    assert (folder / "build/design-fw.bit").stat().st_mtime_ns != before, ".wid forgotten"
+
+
+def main():
+    if len(sys.argv) != 2:
+        raise SystemExit(__doc__.splitlines()[2])
+    programs = Path(sys.argv[1]).resolve()
+    with tempfile.TemporaryDirectory() as name:
+        folder = Path(name)
+        make_design(folder / "firmware")
+        check_firmware(folder / "firmware", programs)
+        count = run_recipes(folder, programs)
+        check_make(folder / "load-make", programs)
+        check_cmake(folder / "load-cmake", programs)
+        devices = folder / "load-devices"
+        image = memory_bytes(devices, "device-1200.bit", ("rom-1",))
+        assert (1200).to_bytes(4, "little") == image[0x2500 - 0x2000:][:4], "serial number"
+        image = memory_bytes(folder / "load-alone", "out.bit", ("rom-0",))
+        assert image.startswith(b"the first code\x5a"), "ramgraft alone"
+        print(f"{count} blocks of the documents run as written")
+
+
+if __name__ == "__main__":
+    main()
