@@ -427,6 +427,13 @@ TEST(Load, WritesAsAskedAndNowhereElse) {
        "\"0119006401910246\"}], \"changedPayloads\": 5, \"changedCrcs\": 0, \"warnings\": []}\n1"},
       {"--check --quiet design.toml in.bit rom=/dev/zero",
        "ERROR: can't read file /dev/zero: it has more than 1073741824 bytes\n2"},
+      {"--check --quiet design.toml in.bit fw.elf rom=/dev/stdin 2>&1 <fw.elf | cat; "
+       "cat fw.elf "
+       "| \"$LOAD\" --check --quiet design.toml in.bit - --symbols /dev/stdin",
+       "ERROR: /dev/stdin: .text is 8 bytes too long for rom (design.toml, line 2)\nERROR: "
+       "/dev/stdin: a pipe that has been read can't be read again\n2"},
+      {"--check --quiet design.toml in.bit 'no\n\x7F.elf'",
+       "ERROR: can't open file no\\x0A\\x7F.elf: No such file or directory\n2"},
       {"--check --quiet design.toml no.bit fw.elf",
        "ERROR: can't open file no.bit: No such file or directory\n2"},
       {"--check --quiet no.toml in.bit fw.elf",

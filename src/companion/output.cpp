@@ -9,9 +9,10 @@
 #include "console/lines.h"
 #include "files/replace.h"
 #include "reports/outputs.h"
+#include "reports/text.h"
 
 ExitStatus refuse(std::string_view reason) {
-  printDiagnostic("ERROR: ", reason);
+  printDiagnostic("ERROR: ", withoutControls(reason));
   return ExitStatus::FAILED;
 }
 

@@ -54,7 +54,9 @@ ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes, std::siz
 }
 
 LineReader::LineReader(const std::string& file, std::string_view commentCharacters)
-    : fileName(file), comments(commentCharacters), result(readWholeFile(fileName, bytes)) {
+    : fileName(file),
+      comments(commentCharacters),
+      result(readWholeFile(fileName, bytes, MOST_INPUT_BYTES)) {
   if (result.outcome == Outcome::DONE) rest = bytes.text();
 }
 

@@ -146,6 +146,8 @@ bool saysAddresses(ContentFormat format) {
 
 }  // namespace
 
+std::string fileOf(const std::string& argument) { return parseArgument(argument).file; }
+
 std::string_view nameOf(ContentFormat format) { return NAMES[static_cast<std::size_t>(format)]; }
 
 std::optional<Place> Content::placeOf(const Symbol& symbol) const {

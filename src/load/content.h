@@ -35,6 +35,9 @@ struct Content {
   std::string originOf(const Piece& piece, std::uint64_t offset) const;
 };
 
+/// The file that the command line's `argument` names.
+std::string fileOf(const std::string& argument);
+
 /// Reads the content that the command line's `argument` names into `content`, which is fresh.
 /// Returns the sentence that says what is wrong and where, empty if nothing is.
 std::string readContent(const std::string& argument, const Map& map, const AddressSpace& addresses,

@@ -80,17 +80,32 @@ class Load {
     addresses.emplace(map);
     fault = openBitstream();
     for (const std::string& argument : options.contents) {
+      if (fault.empty()) fault = refuseUsedPipe(fileOf(argument));
       if (!fault.empty()) return fault;
       fault = readContent(argument, map, *addresses, contents.emplace_back());
     }
     for (const std::string& file : options.symbolFiles) {
+      if (fault.empty()) fault = refuseUsedPipe(file);
       if (!fault.empty()) return fault;
       fault = readSymbolFile(file, symbolFiles.emplace_back());
     }
     return fault;
   }
 
+  // A pipe that has been read is empty, or waits for ever for another writer.
+  std::string refuseUsedPipe(const std::string& file) const {
+    struct stat status {};
+    const std::string name = file == "-" ? "/dev/stdin" : file;
+    if (::stat(name.c_str(), &status) != 0 || !S_ISFIFO(status.st_mode)) return "";
+    std::vector<ReadFile> inputs = inputsBesideBitstream();
+    inputs.push_back({options.bitFile, bitIdentity});
+    const bool isUsed =
+        std::ranges::find(inputs, identityOf(status), &ReadFile::identity) != inputs.end();
+    return isUsed ? file + ": a pipe that has been read can't be read again" : "";
+  }
+
   std::string openBitstream() {
+    if (std::string fault = refuseUsedPipe(options.bitFile); !fault.empty()) return fault;
     const InputFault fault = loadBitstream(options.bitFile, bitstream, bitIdentity);
     if (fault.kind != InputFault::Kind::NONE) return textOf(fault);
     return placeMap(map, options.bitFile, bitstream, placement);

@@ -51,8 +51,8 @@ std::string join(const std::vector<std::string>& texts) {
 // The rows of a table, whose columns are as wide as their longest text.
 class Table {
  public:
-  void add(std::string name, std::string range, std::string text, std::string files) {
-    rows.push_back({std::move(name), std::move(range), std::move(text), std::move(files)});
+  void add(std::string name, std::string range, std::string text, const std::string& files) {
+    rows.push_back({std::move(name), std::move(range), std::move(text), withoutControls(files)});
   }
 
   std::string spell() const {
@@ -121,8 +121,9 @@ std::string spellSets(const Report& report, std::size_t nameWidth) {
   for (const SetValue& set : report.sets) {
     std::string head = "set";
     head.resize(std::max<std::size_t>(nameWidth, 3) + 3, ' ');
-    text += head + set.place + " " + spellLocation(report.map.memories[set.memory], set.offset) +
-            " = " + spellBytes(set.bytes) + "\n";
+    text += head + withoutControls(set.place) + " " +
+            spellLocation(report.map.memories[set.memory], set.offset) + " = " +
+            spellBytes(set.bytes) + "\n";
   }
   return text;
 }

@@ -10,6 +10,9 @@
 /// as "\xNN", and "..." if there are more.
 std::string excerptOf(std::string_view text);
 
+/// A sentence with names from outside, fit for a terminal: control characters as "\xNN".
+std::string withoutControls(std::string_view text);
+
 /// Four upper-case hexadecimal digits.
 std::string toHex16(std::uint16_t value);
 
