@@ -11,7 +11,7 @@ import sys
 import tempfile
 from pathlib import Path
 
-source, build, compiler, flags = sys.argv[1:]
+_, source, build, compiler, flags = sys.argv
 page = (Path(source) / "docs/library.md").read_text(encoding="utf-8")
 program, command, lists = (re.search(rf"```{language}\n(.*?)```", page, re.DOTALL)[1]
                            for language in ("cpp", "bash", "cmake"))
