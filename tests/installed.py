@@ -11,7 +11,8 @@ import sys
 import tempfile
 from pathlib import Path
 
-_, source, build, compiler, flags = sys.argv
+# pylint: disable-next=unbalanced-tuple-unpacking  # it counts its own arguments
+source, build, compiler, flags = sys.argv[1:]
 page = (Path(source) / "docs/library.md").read_text(encoding="utf-8")
 program, command, lists = (re.search(rf"```{language}\n(.*?)```", page, re.DOTALL)[1]
                            for language in ("cpp", "bash", "cmake"))
