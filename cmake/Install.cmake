@@ -1,4 +1,5 @@
-# What `cmake --install` puts where: programs, manual pages, completion, documents and examples.
+# What `cmake --install` puts where: programs, manual pages, completion, documents, examples and, as
+# the component `development`, the library with what programs need to find and use it.
 
 install(TARGETS ramgraft RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 set(pages ramgraft)
@@ -17,3 +18,36 @@ endforeach()
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
   PATTERN __pycache__ EXCLUDE)
+
+# The public headers, and those that they include.
+set(headers base/bytebuffer.h base/ramgraftbstream.h base/reversal.h ebr/crc.h run/ramgraft.h
+  run/ramgraftmemory.h selfcheck/ramgraftcheck.h steps/ramgraftebr.h steps/ramgraftfiles.h
+  steps/ramgrafttraverse.h steps/ramgraftutil.h)
+set(header_folder ${CMAKE_INSTALL_INCLUDEDIR}/ramgraft)
+foreach(header ${headers})
+  # They are installed side by side, so they include each other without the floor.
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS src/${header})
+  file(READ src/${header} text)
+  string(REGEX REPLACE "(#include \")[a-z]+/" "\\1" text "${text}")
+  get_filename_component(name ${header} NAME)
+  file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/include/${name} "${text}")
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/include/${name} DESTINATION ${header_folder}
+    COMPONENT development)
+endforeach()
+
+include(CMakePackageConfigHelpers)
+set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/ramgraft)
+install(TARGETS ramgraft_library EXPORT ramgraft
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
+  INCLUDES DESTINATION ${header_folder})
+# It depends on no other package, so the exported target is the whole package.
+install(EXPORT ramgraft FILE ramgraft-config.cmake NAMESPACE ramgraft::
+  DESTINATION ${package_folder} COMPONENT development)
+write_basic_package_version_file(${CMAKE_CURRENT_BINARY_DIR}/ramgraft-config-version.cmake
+  COMPATIBILITY SameMajorVersion)
+file(RELATIVE_PATH pc_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+configure_file(cmake/ramgraft.pc.in ramgraft.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ramgraft-config-version.cmake
+  DESTINATION ${package_folder} COMPONENT development)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/ramgraft.pc
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

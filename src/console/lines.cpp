@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <span>
@@ -51,9 +52,8 @@ bool writeLine(int descriptor, std::initializer_list<std::string_view> pieces) {
 }  // namespace
 
 void printPieces(std::initializer_list<std::string_view> pieces) {
-  static bool isLossReported = false;
-  if (writeLine(STDOUT_FILENO, pieces) || isLossReported) return;
-  isLossReported = true;
+  static std::atomic<bool> isLossReported = false;  // threads may print
+  if (writeLine(STDOUT_FILENO, pieces) || isLossReported.exchange(true)) return;
   printWarning("can't write to standard output: ", std::strerror(errno));
 }
 

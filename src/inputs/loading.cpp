@@ -1,5 +1,6 @@
 #include "inputs/loading.h"
 
+#include <climits>
 #include <utility>
 
 namespace {
@@ -10,10 +11,8 @@ InputFault faultIn(Kind kind, const WidthLine& line) {
   return faultInLine(kind, line.file, {line.text, line.number});
 }
 
-// Makes sense of a width file's lines.
-InputFault interpret(const WidthLine& line, MemoryInputs& inputs) {
-  const Kind kind = parseWidthLine(line.text, inputs.widths);
-  if (kind != Kind::NONE) return faultIn(kind, line);
+// Makes the wids and the data width usable. `line` is the one that has the width.
+InputFault prepare(const WidthLine& line, MemoryInputs& inputs) {
   removePrefixes(inputs.wids);
   const int dataWidth = inputs.widths.data;
   if (dataWidth >= 1 && static_cast<std::size_t>(dataWidth) >= inputs.wids.size()) return {};
@@ -21,6 +20,12 @@ InputFault interpret(const WidthLine& line, MemoryInputs& inputs) {
   fault.found = dataWidth;
   fault.wanted = static_cast<std::int64_t>(inputs.wids.size());
   return fault;
+}
+
+// Makes sense of a width file's lines.
+InputFault interpret(const WidthLine& line, MemoryInputs& inputs) {
+  const Kind kind = parseWidthLine(line.text, inputs.widths);
+  return kind == Kind::NONE ? prepare(line, inputs) : faultIn(kind, line);
 }
 
 }  // namespace
@@ -47,6 +52,20 @@ InputFault loadWidths(const std::string& widFile, MemoryInputs& inputs) {
   WidthLine widthLine;
   const InputFault fault = readWidthFile(widFile, inputs.wids, widthLine);
   return fault.kind == Kind::NONE ? interpret(widthLine, inputs) : fault;
+}
+
+InputFault takeMemoryInputs(const std::vector<std::string>& wids, int dataWidth,
+                            const std::vector<std::string>& words, MemoryInputs& inputs) {
+  InputFault fault = checkWids(wids, "wids");
+  if (fault.kind != Kind::NONE) return fault;
+  inputs.wids = wids;
+  inputs.widths = {.address = INT_MAX, .data = dataWidth};  // no address is too short
+  fault = prepare({"data width", "", 0}, inputs);
+  if (fault.kind != Kind::NONE) return fault;
+  MemoryWords taken(wids.size(), inputs.getBitsPerEbr());
+  fault = readMemoryLines(words, "words", taken, inputs.summary);
+  if (fault.kind == Kind::NONE) inputs.words.emplace(std::move(taken));
+  return fault;
 }
 
 InputFault loadBytes(const std::string& fileName, ByteBuffer& bytes, FileIdentity& identity) {

@@ -39,6 +39,12 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs);
 /// Loads the width file alone into `inputs`, which is fresh.
 InputFault loadWidths(const std::string& widFile, MemoryInputs& inputs);
 
+/// Fills `inputs`, which is fresh, with values instead of files: the wids as the lines of a width
+/// file, the bits of a memory word, and the words as the lines of a memory file without comments.
+/// In a fault and in `inputs`, "wids", "data width" and "words" take the place of a file's name.
+InputFault takeMemoryInputs(const std::vector<std::string>& wids, int dataWidth,
+                            const std::vector<std::string>& words, MemoryInputs& inputs);
+
 /// Reads all bytes of a file that is neither bitstream nor width file into `bytes`, which is fresh,
 /// and sets `identity` to the file's. A file of more than MOST_INPUT_BYTES is a fault.
 InputFault loadBytes(const std::string& fileName, ByteBuffer& bytes, FileIdentity& identity);

@@ -11,8 +11,8 @@ namespace {
 
 using Kind = InputFault::Kind;
 
-InputFault notHexadecimalFault(const LineReader& reader, const TextLine& line) {
-  InputFault fault = faultInLine(Kind::NOT_HEXADECIMAL, reader.getFileName(), line);
+InputFault notHexadecimalFault(const std::string& file, const TextLine& line) {
+  InputFault fault = faultInLine(Kind::NOT_HEXADECIMAL, file, line);
   fault.character = *std::find_if(line.text.begin(), line.text.end(),
                                   [](char digit) { return hexDigitValue(digit) < 0; });
   return fault;
@@ -22,25 +22,15 @@ std::uint64_t bitsOf(const TextLine& line) { return (line.text.size() + 1) / 2 *
 
 class MemoryFileParser {
  public:
-  MemoryFileParser(LineReader& lines, MemoryWords& memoryWords, MemoryFileSummary& fileSummary)
-      : reader(lines), words(memoryWords), summary(fileSummary) {
-    summary.file = reader.getFileName();
+  MemoryFileParser(const std::string& file, MemoryWords& memoryWords,
+                   MemoryFileSummary& fileSummary)
+      : words(memoryWords), summary(fileSummary) {
+    summary.file = file;
   }
 
-  InputFault parse() {
-    const struct stat& status = reader.getResult().status;  // a pipe's size is 0
-    words.reserve(static_cast<std::uint64_t>(status.st_size) / 2 + 1);
-    for (TextLine line; reader.next(line);) {
-      if (line.text.empty()) continue;  // a carriage return alone is no word
-      InputFault fault = addWord(line);
-      if (fault.kind != Kind::NONE) return fault;
-    }
-    return checkPhysicalLines();
-  }
-
- private:
-  InputFault addWord(const TextLine& line) {
-    if (!words.appendWord(line.text)) return notHexadecimalFault(reader, line);
+  InputFault addLine(const TextLine& line) {
+    if (line.text.empty()) return {};  // a carriage return alone is no word
+    if (!words.appendWord(line.text)) return notHexadecimalFault(summary.file, line);
     const std::uint64_t numBits = bitsOf(line);
     if (numBits % words.getBitsPerEbr() != 0) return indivisibleFault(line, numBits);
     const bool isMisfit = numBits % words.getRoundBits() != 0;
@@ -54,16 +44,10 @@ class MemoryFileParser {
     return {};
   }
 
-  InputFault indivisibleFault(const TextLine& line, std::uint64_t numBits) const {
-    InputFault fault = faultInLine(Kind::INDIVISIBLE_WORD, summary.file, line);
-    fault.found = static_cast<std::int64_t>(numBits);
-    fault.wanted = static_cast<std::int64_t>(words.getBitsPerEbr());
-    return fault;
-  }
-
-  // A physical line beyond its usual length is whole bytes at some lengths only. Columns differ by
-  // one group at most, so the longest and the shortest decide for all.
-  InputFault checkPhysicalLines() const {
+  // What is wrong with the lines as a whole. A physical line beyond its usual length is whole bytes
+  // at some lengths only. Columns differ by one group at most, so the longest and the shortest
+  // decide for all.
+  InputFault finish() const {
     if (fullLine == 0) return {};
     for (const std::uint64_t ebr : {words.getNumEbrs() - 1, UINT64_C(0)}) {
       const std::uint64_t length = physicalLineBits(words.getColumnBits(ebr));
@@ -75,7 +59,14 @@ class MemoryFileParser {
     return {};
   }
 
-  LineReader& reader;
+ private:
+  InputFault indivisibleFault(const TextLine& line, std::uint64_t numBits) const {
+    InputFault fault = faultInLine(Kind::INDIVISIBLE_WORD, summary.file, line);
+    fault.found = static_cast<std::int64_t>(numBits);
+    fault.wanted = static_cast<std::int64_t>(words.getBitsPerEbr());
+    return fault;
+  }
+
   MemoryWords& words;
   MemoryFileSummary& summary;
   std::uint64_t fullLine = 0;  ///< line at which a column first filled its physical line
@@ -84,13 +75,31 @@ class MemoryFileParser {
 }  // namespace
 
 InputFault readMemoryFile(LineReader& reader, MemoryWords& words, MemoryFileSummary& summary) {
-  return MemoryFileParser(reader, words, summary).parse();
+  const struct stat& status = reader.getResult().status;  // a pipe's size is 0
+  words.reserve(static_cast<std::uint64_t>(status.st_size) / 2 + 1);
+  MemoryFileParser parser(reader.getFileName(), words, summary);
+  for (TextLine line; reader.next(line);) {
+    InputFault fault = parser.addLine(line);
+    if (fault.kind != Kind::NONE) return fault;
+  }
+  return parser.finish();
+}
+
+InputFault readMemoryLines(const std::vector<std::string>& lines, const std::string& name,
+                           MemoryWords& words, MemoryFileSummary& summary) {
+  MemoryFileParser parser(name, words, summary);
+  std::uint64_t number = 0;
+  for (const std::string& line : lines) {
+    InputFault fault = parser.addLine({line, ++number});
+    if (fault.kind != Kind::NONE) return fault;
+  }
+  return parser.finish();
 }
 
 InputFault readEqualLines(LineReader& reader, MemoryWords& words, EqualLines& lines) {
   for (TextLine line; reader.next(line);) {
     if (line.text.empty()) continue;  // a carriage return alone is no word
-    if (!words.appendWord(line.text)) return notHexadecimalFault(reader, line);
+    if (!words.appendWord(line.text)) return notHexadecimalFault(reader.getFileName(), line);
     if (lines.numLines++ == 0) lines.bits = bitsOf(line);
     if (bitsOf(line) == lines.bits || lines.firstOther != 0) continue;
     lines.firstOther = line.number;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "ebr/memorywords.h"
 #include "inputs/fault.h"
@@ -24,6 +25,11 @@ struct MemoryFileSummary {
 /// Appends the words of the memory file that `reader` has read to `words` and fills `summary`. The
 /// reader's result must be DONE: without it there are no lines, which is no fault here.
 InputFault readMemoryFile(LineReader& reader, MemoryWords& words, MemoryFileSummary& summary);
+
+/// The same for lines that are in memory. None is a comment; an empty one counts as no word. `name`
+/// takes the place of the file's name.
+InputFault readMemoryLines(const std::vector<std::string>& lines, const std::string& name,
+                           MemoryWords& words, MemoryFileSummary& summary);
 
 /// Whether all lines of a memory file have the same number of bits.
 struct EqualLines {

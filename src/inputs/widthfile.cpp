@@ -10,8 +10,8 @@ int toInt(std::string_view number) {
   return static_cast<int>(std::strtol(std::string(number).c_str(), nullptr, 10));
 }
 
-InputFault otherLengthFault(const LineReader& reader, std::uint64_t line, std::size_t wanted) {
-  InputFault fault = faultInLine(InputFault::Kind::OTHER_LENGTH, reader.getFileName(), {"", line});
+InputFault otherLengthFault(const std::string& file, std::uint64_t line, std::size_t wanted) {
+  InputFault fault = faultInLine(InputFault::Kind::OTHER_LENGTH, file, {"", line});
   fault.wanted = static_cast<std::int64_t>(wanted);
   return fault;
 }
@@ -44,15 +44,18 @@ InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& 
   last.text = std::move(wids.back());
   wids.pop_back();
   if (wids.empty()) fault.kind = InputFault::Kind::NO_WID;
-  if (firstOtherLength != 0) return otherLengthFault(reader, firstOtherLength, wids.front().size());
+  if (firstOtherLength != 0)
+    return otherLengthFault(fileName, firstOtherLength, wids.front().size());
   return fault;
 }
 
-bool haveEqualLengths(const std::vector<std::string>& wids) {
-  const auto isLikeFirst = [&](const std::string& wid) {
-    return wid.size() == wids.front().size();
-  };
-  return !wids.empty() && std::all_of(wids.begin(), wids.end(), isLikeFirst);
+InputFault checkWids(const std::vector<std::string>& wids, const std::string& name) {
+  if (wids.empty()) return faultInLine(InputFault::Kind::NO_WID, name, {});
+  const std::size_t wanted = wids.front().size();
+  const auto other = std::find_if(
+      wids.begin(), wids.end(), [wanted](const std::string& wid) { return wid.size() != wanted; });
+  if (other == wids.end()) return {};
+  return otherLengthFault(name, static_cast<std::uint64_t>(other - wids.begin()) + 1, wanted);
 }
 
 InputFault::Kind parseWidthLine(const std::string& line, Widths& widths) {

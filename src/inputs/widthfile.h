@@ -30,8 +30,9 @@ struct Widths {
 InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& wids,
                          WidthLine& last);
 
-/// True if there is at least one line and all have the same length.
-bool haveEqualLengths(const std::vector<std::string>& wids);
+/// NO_WID if there is none, OTHER_LENGTH if one has another length than the first; its line is its
+/// number in the list, from 1. `name` takes the place of the file's name.
+InputFault checkWids(const std::vector<std::string>& wids, const std::string& name);
 
 /// Reads the widths after the "aw" and the "dw" of a width line. A missing number is 0; one that
 /// doesn't fit 64 bits is the largest or smallest that does; of each the low 32 bits are kept.

@@ -1,9 +1,10 @@
-// The public interface, together with base/ramgraftbstream.h, steps/ramgraftutil.h and
-// steps/ramgrafttraverse.h: a run of the tool, the self-check, and operations on files and EBRs.
-// Names, types and effects stay.
+// The public interface, together with ramgraftbstream.h, ramgraftutil.h and ramgrafttraverse.h: a
+// run of the tool, on files or in memory, the self-check, and operations on files and EBRs. Names,
+// types and effects stay.
 #ifndef RAMGRAFT_RUN_RAMGRAFT_H
 #define RAMGRAFT_RUN_RAMGRAFT_H
 
+#include "run/ramgraftmemory.h"       // IWYU pragma: export
 #include "selfcheck/ramgraftcheck.h"  // IWYU pragma: export
 #include "steps/ramgraftebr.h"        // IWYU pragma: export
 #include "steps/ramgraftfiles.h"      // IWYU pragma: export

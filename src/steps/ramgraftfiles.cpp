@@ -19,7 +19,9 @@ bool readFileLines(const std::string& fileName, std::vector<std::string>& lines,
   return true;
 }
 
-bool checkWidLengths(const std::vector<std::string>& wids) { return haveEqualLengths(wids); }
+bool checkWidLengths(const std::vector<std::string>& wids) {
+  return checkWids(wids, "").kind == InputFault::Kind::NONE;
+}
 
 bool parseAddrDataWidth(const std::string& line, int& addrWidth, int& dataWidth) {
   Widths widths{addrWidth, dataWidth};
