@@ -47,3 +47,15 @@ void JsonObject::endList() {
 }
 
 void JsonObject::end() { output.write("}\n"); }
+
+ExitStatus refuse(const std::string& reason, bool isJson) {
+  if (isJson) {
+    StandardOutput output;
+    JsonObject object(output);
+    object.add("version", 1);
+    object.add("error", reason);
+    object.end();
+    static_cast<void>(output.finish(ExitStatus::FAILED));
+  }
+  return refuse(reason);
+}

@@ -30,4 +30,7 @@ class JsonObject {
   bool isFirst = true;
 };
 
+/// refuse(); with `isJson` also prints {"version": 1, "error": reason} on standard output.
+ExitStatus refuse(const std::string& reason, bool isJson);
+
 #endif

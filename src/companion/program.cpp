@@ -1,8 +1,12 @@
 #include "companion/program.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <new>
+#include <span>
+#include <string_view>
 
+#include "companion/json.h"
 #include "companion/output.h"
 #include "files/process.h"
 
@@ -21,7 +25,10 @@ ExitStatus run(const Program& program, const char* footer, int argc, const char*
   } catch (const CLI::CallForHelp&) {
     return putResult(std::nullopt, app.help(), {});
   } catch (const CLI::ParseError& fault) {
-    return refuse(std::string(fault.what()) + "; " + program.name + " --help explains");
+    // What the option is for decides, not where the mistake is.
+    const std::span<const char* const> arguments(argv, static_cast<std::size_t>(argc));
+    const bool isJson = std::ranges::find(arguments, std::string_view("--json")) != arguments.end();
+    return refuse(std::string(fault.what()) + "; " + program.name + " --help explains", isJson);
   }
   return action();
 }

@@ -1,5 +1,5 @@
 // A lane's row of bits has the highest bit of each word first; an image has bytes in either order.
-// Lanes of whole bytes are copied byte by byte, all others bit by bit.
+// Lanes of whole bytes are copied word by word, all others bit by bit.
 #include "layout/deal.h"
 
 #include <algorithm>
@@ -20,20 +20,35 @@ std::span<Byte> wordsOf(const Memory& memory, const Part& part, std::span<Byte> 
   return image.subspan(part.firstWord * memory.wordBytes(), part.words * memory.wordBytes());
 }
 
-// Calls `copy(word, row)` for each byte of a lane of whole bytes, in the order of the row: with the
-// byte's index in the part's words and in the row.
+// Calls `copy(word, row)` for each word of a lane of whole bytes, in the order of the row: with the
+// index of the first of the lane's bytes in the part's words and in the row. The bytes are adjacent
+// in both; those of a little-endian word are in reverse order in the row.
 template <typename Copy>
-void forEachByte(const Memory& memory, const Part& part, const Lane& lane, const Copy& copy) {
-  std::uint64_t row = 0;
+void forEachWord(const Memory& memory, const Part& part, const Lane& lane, const Copy& copy) {
+  const bool isLittle = memory.order == std::endian::little;
+  const std::uint64_t highest = lane.firstBit + lane.bits - 8;
+  const std::uint64_t first = memory.byteOfBit(isLittle ? lane.firstBit : highest);
   for (std::uint64_t word = 0; word < part.words; ++word) {
-    for (std::uint64_t bit = lane.firstBit + lane.bits; bit > lane.firstBit; bit -= 8) {
-      copy(word * memory.wordBytes() + memory.byteOfBit(bit - 8), row++);
-    }
+    copy(word * memory.wordBytes() + first, word * (lane.bits / 8));
   }
 }
 
-// The same for each bit of any lane: with the index of a byte in the part's words, the bit's place
-// in it, and the bit's index in the row.
+// Copies adjacent bytes, in reverse order if the memory's words are little-endian.
+void copyBytes(const Memory& memory, const unsigned char* from, std::uint64_t count,
+               unsigned char* to) {
+  if (memory.order == std::endian::little) {
+    std::reverse_copy(from, from + count, to);
+  } else {
+    std::copy_n(from, count, to);
+  }
+}
+
+void reverseBits(std::span<unsigned char> bytes) {
+  for (unsigned char& byte : bytes) byte = reverseByteBits(byte);
+}
+
+// Calls `copy(byte, place, row)` for each bit of any lane: with the index of a byte in the part's
+// words, the bit's place in it, and the bit's index in the row.
 template <typename Copy>
 void forEachBit(const Memory& memory, const Part& part, const Lane& lane, const Copy& copy) {
   std::uint64_t row = 0;
@@ -79,9 +94,10 @@ MemoryWords dealLane(const Memory& memory, const Part& part, const Lane& lane,
   const std::span<unsigned char> row = words.getBytes();
   const std::span<const unsigned char> from = wordsOf(memory, part, image);
   if (hasWholeBytes(lane)) {
-    forEachByte(memory, part, lane, [&](std::uint64_t byte, std::uint64_t rowByte) {
-      row[rowByte] = reverseByteBits(from[byte]);
+    forEachWord(memory, part, lane, [&](std::uint64_t word, std::uint64_t rowByte) {
+      copyBytes(memory, &from[word], lane.bits / 8, &row[rowByte]);
     });
+    reverseBits(row);
     return words;
   }
   const auto copy = [&](std::uint64_t byte, std::uint64_t place, std::uint64_t rowBit) {
@@ -97,11 +113,12 @@ void readPart(const Bitstream& bitstream, const Memory& memory, std::size_t part
   const std::span<unsigned char> to = wordsOf(memory, its, image);
   std::ranges::fill(to, static_cast<unsigned char>(0));
   for (const Lane& lane : its.lanes) {
-    const MemoryWords words = readLane(bitstream, its, lane, placement);
-    const std::span<const unsigned char> row = words.getBytes();
+    MemoryWords words = readLane(bitstream, its, lane, placement);
+    const std::span<unsigned char> row = words.getBytes();
     if (hasWholeBytes(lane)) {
-      forEachByte(memory, its, lane, [&](std::uint64_t byte, std::uint64_t rowByte) {
-        to[byte] = reverseByteBits(row[rowByte]);
+      reverseBits(row);
+      forEachWord(memory, its, lane, [&](std::uint64_t word, std::uint64_t rowByte) {
+        copyBytes(memory, &row[rowByte], lane.bits / 8, &to[word]);
       });
       continue;
     }

@@ -66,7 +66,12 @@ std::string Images::placePiece(const Content& content, const Piece& piece) {
   if (!place->memory) return placeAtAddresses(content, piece, place->value);
   const Memory& memory = map.memories[*place->memory];
   if (std::string fault = refuse(content, memory); !fault.empty()) return fault;
-  const std::uint64_t room = memory.bytes() - std::min(place->value, memory.bytes());
+  if (place->value > memory.bytes()) {
+    return content.originOf(piece, 0) + ": the data begins " +
+           countOf(place->value - memory.bytes(), "byte") + " past the end of " +
+           nameWithLine(map, memory);
+  }
+  const std::uint64_t room = memory.bytes() - place->value;
   if (piece.bytes.size() > room) return tooLong(content, piece, room, memory);
   return put({&content, &piece, 0, place->memory, 0, place->value, piece.bytes.size()});
 }

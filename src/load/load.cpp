@@ -181,27 +181,15 @@ class Load {
   std::vector<GraftChanges> changes;
 };
 
-ExitStatus fail(const std::string& fault, bool isJson) {
-  if (isJson) {
-    StandardOutput output;
-    JsonObject object(output);
-    object.add("version", 1);
-    object.add("error", fault);
-    object.end();
-    static_cast<void>(output.finish(ExitStatus::FAILED));
-  }
-  return refuse(fault);
-}
-
 // The program's only command.
 struct LoadCommand : LoadOptions {
   ExitStatus run() const {
     std::string fault = contradiction();
-    if (!fault.empty()) return fail(fault + "; ramgraft-load --help explains", isJson);
+    if (!fault.empty()) return refuse(fault + "; ramgraft-load --help explains", isJson);
     Load load(*this);
     fault = load.prepare();
     if (fault.empty()) fault = load.write();
-    return fault.empty() ? load.report() : fail(fault, isJson);
+    return fault.empty() ? load.report() : refuse(fault, isJson);
   }
 };
 

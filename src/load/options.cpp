@@ -19,8 +19,10 @@ void addList(CLI::App& app, const std::string& name, const std::string& type,
 }  // namespace
 
 void LoadOptions::addTo(CLI::App& app) {
-  addOutput(app, "OUT.bit", outputFile);
-  addFlag(app, "--check", "Write nothing; report what a load would change", isCheck);
+  app.add_option("-o", outputFile, "Write the bitstream here; - is standard output")
+      ->type_name("OUT.bit")
+      ->take_last();
+  addFlag(app, "--check", "Instead of -o: report what a load would change", isCheck);
   addList(app, "--set", "PLACE=VALUE", "Put a value there, after all contents", sets);
   addList(app, "--symbols", "FILE.elf", "Take the symbols of this file, not its contents",
           symbolFiles);
