@@ -58,8 +58,9 @@ std::string brokenHiddenLaw(const RunFiles& files) {
   const std::string bits = std::to_string(std::min(files.wid.find_first_of("\r\n"), 66UL) - 2);
   const std::string list = inspect({"list", "--json", "--id-bits", bits.c_str(), "in.bit"});
   if (list.back() == '2') return "";
+  const Json ebrs = jsonIn(list)["sections"];
   int count = 0;
-  for (const Json& ebr : jsonIn(list)["sections"]) {
+  for (const Json& ebr : ebrs) {
     if (ebr["bytes"] == 0) continue;
     if (++count > 8) break;
     const std::string identifier = ebr["identifier"];
@@ -104,10 +105,10 @@ std::string digitsOfHex(const std::string& text) {
 std::string brokenLaw(const RunFiles& files) {
   std::string output;
   std::string broken = brokenRunLaw(files, output);
+  if (broken.empty()) broken = brokenHiddenLaw(files);
   if (!broken.empty() || output.empty()) return broken;
   runTool(files);  // leaves its files
   broken = brokenStreamLaw(output == files.bit);
-  if (broken.empty()) broken = brokenHiddenLaw(files);
   RunFiles next = {output, files.wid, files.mem};
   if (broken.empty()) broken = brokenRunLaw(next, output);
   const std::size_t last = next.mem.find_last_of("0A");
