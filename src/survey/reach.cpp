@@ -38,9 +38,8 @@ std::vector<std::uint64_t> firstOfEach(const Bitstream& bitstream,
   });
   std::ranges::stable_sort(sections,
                            [&](std::uint64_t a, std::uint64_t b) { return compare(a, b) < 0; });
-  const auto again = std::ranges::unique(
-      sections, [&](std::uint64_t a, std::uint64_t b) { return compare(a, b) == 0; });
-  sections.erase(again.begin(), again.end());
+  const auto isAgain = [&](std::uint64_t a, std::uint64_t b) { return compare(a, b) == 0; };
+  sections.erase(std::unique(sections.begin(), sections.end(), isAgain), sections.end());
   std::ranges::sort(sections);
   return sections;
 }
