@@ -192,6 +192,10 @@ TEST(Inspect, PrintsWhatItFinds) {
   std::ofstream("ones.bit") << packDigits(ebrDigits("000000101", 1, "1"));
   std::ofstream("posing.bit") << makePosing();
   std::ofstream("hidden.wid") << "0b000000110\naw3;dw8";
+  const std::string low = "000001111", high = "000111010";  // F0 and 5C
+  std::ofstream("ways.bit") << packDigits(ebrDigits("0101", 1, high + low + digits(0, 54)) +
+                                          ebrDigits("0110", 1, low + digits(0, 63)));
+  std::ofstream("ways.mem") << "5CF0";
   std::ofstream("known.mem") << "55\nAA\n";
   std::ofstream("wide.wid") << "0b000000101\n0b000000110\naw3;dw16";
   std::ofstream("odd.wid") << "0b000001001\naw3;dw5";
@@ -264,6 +268,8 @@ TEST(Inspect, PrintsWhatItFinds) {
       {"locate in.bit words.mem", note + "not located: the best try is 2 bits of each word in each of 4 EBRs: 1 of 4 columns found\n1"},
       {"locate --id-bits 4 equal.bit /dev/stdin <zeros.mem", "not located: with 16 bits of each word in each of 1 EBR, the contents can't "
        "tell EBRs apart: bits 15:0 of the words are found in 0101, 0110\n1"},
+      {"locate --id-bits 4 ways.bit ways.mem", "not located: more than one way fits: 16 bits of each word in each of 1 EBR, "
+       "8 bits of each word in each of 2 EBRs\n1"},
       {"locate in.bit two.mem", "ERROR: two.mem, line 2: 16 bits, the first word's line has 8\n2"},
       {"locate in.bit /dev/null", "ERROR: /dev/null: holds no memory words\n2"},
       {"locate --data-width 3 in.bit words.mem", "ERROR: --data-width: the lines of words.mem have 8 bits, which is no multiple of 3\n2"},

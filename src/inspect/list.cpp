@@ -148,7 +148,7 @@ void printEbrs(const Listing& listing, const TableLayout& layout, StandardOutput
   output.write(layout.line("identifier", {"bit", "byte.bit", "frames", "bytes", "used"},
                            !listing.mapped.ebrs ? "CRC" : "memory, CRC"));
   Totals totals;
-  forEachEbr(listing.table, [&](const ListedEbr& ebr) {
+  const auto print = [&](const ListedEbr& ebr) {
     totals.add(ebr);
     const EbrCommand& command = ebr.command;
     const std::string memory = listing.mapped.nameOf(listing.mapped.find(ebr.identifier));
@@ -157,7 +157,8 @@ void printEbrs(const Listing& listing, const TableLayout& layout, StandardOutput
         {to_string(command.opcodeIndex), byteAndBit(command.opcodeIndex),
          to_string(command.frameCount), to_string(command.contentsBytes()), to_string(ebr.used)},
         memory + (memory.empty() ? "" : ", ") + remarksOn(ebr)));
-  });
+  };
+  forEachEbr(listing.table, print);
   output.write(layout.line(
       countOf(totals.ebrs, "EBR"),
       {"", "", to_string(totals.frames), to_string(totals.bytes), to_string(totals.used)},
