@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <fstream>
 #include <numeric>
+#include <sstream>
 
 #include "base/hexwords.h"
 #include "ebr/columns.h"
@@ -43,6 +44,36 @@ Memory makeMemory(std::mt19937_64& random, std::size_t numEbrs, std::size_t bits
   return memory;
 }
 
+// dump of out.bit must give the words of the memory file, or their bytes in either order.
+std::string brokenDumpLaw(const RunFiles& files, std::size_t wordBits) {
+  const std::size_t wordBytes = wordBits / 8;
+  for (const std::string order : {"", "little", "big"}) {
+    if (!order.empty() && wordBits % 8 != 0) continue;
+    std::ofstream map("m.toml");
+    map << "version = 1\n[memory.m]\nwid = \"ram.wid\"\nwords = "
+        << std::count(files.mem.begin(), files.mem.end(), '\n') * std::lcm(wordBits, 8) / wordBits;
+    if (!order.empty()) map << "\norder = '" << order << "'";
+    map << std::flush;
+    std::vector<const char*> arguments = {"dump", "m.toml", "out.bit", "m", "-o", "new"};
+    if (order.empty()) arguments.push_back("--words");
+    const std::string said = inspect(arguments);
+    if (said != "0") return said;
+    std::string found = contentsOf("new"), bits;
+    for (std::size_t i = 0; order == "little" && i < found.size(); i += wordBytes) {
+      std::reverse(found.begin() + static_cast<int>(i),
+                   found.begin() + static_cast<int>(i + wordBytes));
+    }
+    std::istringstream words(found);
+    for (std::string word; order.empty() && words >> word;) {
+      bits += digitsOfHex(word).substr((4 - wordBits % 4) % 4);
+    }
+    std::string expected = files.mem;
+    std::erase(expected, '\n');
+    if ((order.empty() ? bits : unpackBytes(found)) != digitsOfHex(expected)) return order + found;
+  }
+  return "";
+}
+
 TEST(Inspect, TakesOutAndLocatesWhatWasGrafted) {
   std::mt19937_64 random(1);
   for (const unsigned numEbrs : {1U, 2U, 3U, 5U, 16U, 70U, 1000U}) {
@@ -58,6 +89,7 @@ TEST(Inspect, TakesOutAndLocatesWhatWasGrafted) {
                                         "new", "out.bit", "words.mem"});
       EXPECT_TRUE(said.starts_with(note) && said.ends_with("\n0")) << name << said;
       EXPECT_EQ(contentsOf("new"), memory.files.wid) << name;
+      EXPECT_EQ(brokenDumpLaw(memory.files, numEbrs * bitsPerEbr), "") << name;
     }
   }
 }
@@ -133,10 +165,22 @@ TEST(Inspect, SaysWhatIsWrongWithAFileAndWhere) {
 
 // Runs the real binary in a shell. What it prints, standard error first, and its status.
 std::string runBinary(const std::string& arguments) {
-  const std::string command = std::string("'") + RAMGRAFT_INSPECT_BINARY + "' " + arguments;
+  ::setenv("BINARY", RAMGRAFT_INSPECT_BINARY, 1);  // its path may have any characters
+  const std::string command = "\"$BINARY\" " + arguments;
   int status = 0;
   const std::string text = outputOf([&] { status = std::system(command.c_str()); });
   return text + std::to_string(WEXITSTATUS(status));
+}
+
+// A stream in which the header, the contents and the CRC of the first EBR pose as commands, and an
+// EBR comes twice.
+std::string makePosing() {
+  const std::string address = digits(0xF6, 8) + digits(0, 36);
+  std::string first = ebrDigits("000000101", 15, "0", 0xF6);
+  first.replace(96, 8, "01100000");  // the frame count ends in 1111
+  first.replace(200, 53, address + "000000110");
+  return packDigits(first + digits(0, 36) + "000000111" + ebrDigits("000000110", 1, "01") +
+                    ebrDigits("000000101", 1, "0") + address + "000001000");
 }
 
 TEST(Inspect, PrintsWhatItFinds) {
@@ -146,10 +190,23 @@ TEST(Inspect, PrintsWhatItFinds) {
   std::ofstream("none.bit") << "no sections";
   std::ofstream("outside.bit") << '\xFE' << STREAM.substr(1, 7) << '\1' << STREAM.substr(9);
   std::ofstream("ones.bit") << packDigits(ebrDigits("000000101", 1, "1"));
-  std::ofstream overlapping("overlapping.bit");
-  const std::string header = packDigits(ebrDigits("000000101", 0xFFFF, "0").substr(0, 96));
-  for (int i = 0; i < 600; ++i) overlapping << header;
-  overlapping << std::string(600'000, '\0') << std::flush;
+  std::ofstream("posing.bit") << makePosing();
+  std::ofstream("hidden.wid") << "0b000000110\naw3;dw8";
+  const std::string low = "000001111", high = "000111010";  // F0 and 5C
+  std::ofstream("ways.bit") << packDigits(ebrDigits("0101", 1, high + low + digits(0, 54)) +
+                                          ebrDigits("0110", 1, low + digits(0, 63)));
+  std::ofstream("ways.mem") << "5CF0";
+  std::ofstream("known.mem") << "55\nAA\n";
+  std::ofstream("wide.wid") << "0b000000101\n0b000000110\naw3;dw16";
+  std::ofstream("odd.wid") << "0b000001001\naw3;dw5";
+  std::ofstream("m.toml") << "version = 1\n[memory.wide]\nwords = 8\nwid = \"wide.wid\"\n"
+                             "[memory.odd]\nwords = 12\nwid = \"odd.wid\"\n";
+  const auto three = [](const std::string& payload) {
+    return packDigits(ebrDigits("000000101", 1, payload) + ebrDigits("000000110", 1, "0") +
+                      ebrDigits("000001001", 1, payload) + ebrDigits("000000001", 0, "0"));
+  };
+  std::ofstream("three.bit") << three("0");
+  std::ofstream("changed.bit") << three("011");
   std::ofstream("two.mem") << "5C\n5CF0\n";
   std::ofstream("zeros.mem") << "0000\n";
   std::ofstream("equal.bit") << packDigits(ebrDigits("0101", 1, "0") + ebrDigits("0110", 1, "0"));
@@ -157,6 +214,12 @@ TEST(Inspect, PrintsWhatItFinds) {
   const std::string note =
       "NOTE: in.bit: taking identifiers of 9 bits, which give the most EBRs (1); "
       "--id-bits N says otherwise\n";
+  const std::string hidden =
+      "WARNING: EBR 000000110 at bit 1237 is hidden from ramgraft: its search doesn't arrive "
+      "there\n";
+  const std::string unfit =
+      "ERROR: wide.wid, line 2: EBR 000000110 isn't in in.bit, which has 1 EBR "
+      "with identifiers of 9 bits\n2";
   const std::pair<const char*, std::string> rows[] = {
       // clang-format off
       {"list --json out.bit 2>/dev/null", R"({"file": "out.bit", "bytes": 24, "identifierBits": 9, )"
@@ -168,7 +231,7 @@ TEST(Inspect, PrintsWhatItFinds) {
        "000000101          8        1.0        1        8        0  empty\n"
        "000000101        200       25.0        1        8        0  empty, hidden\n"
        "2 EBRs                                 2       16        0  2 empty, 1 hidden\n\n"
-       "Sections without contents, data that looks like an address:\n"
+       "Commands without contents, and what ramgraft takes for a command:\n"
        "identifier       bit   byte.bit  reason\n"
        "000000110        384       48.0  the bitstream ends after the identifier\n0"},
       {"list --id-bits 9 ones.bit | grep ^0", "000000101          0        0.0        1        8        8  empty, 8 ninth bits set\n0"},
@@ -191,7 +254,7 @@ TEST(Inspect, PrintsWhatItFinds) {
       {"diff in.bit cut.bit", "the sizes differ: 24 and 23 bytes\n1"},
       {"locate in.bit no.mem", "ERROR: can't open file no.mem: No such file or directory\n2"},
       {"diff --id-bits 9 in.bit - <in.bit", "ERROR: can't open file -: No such file or directory\n2"},
-      {"diff /dev/stdin /dev/fd/0 <in.bit | cat; cat in.bit | '" RAMGRAFT_INSPECT_BINARY "' diff /dev/stdin /dev/stdin",
+      {"diff /dev/stdin /dev/fd/0 <in.bit | cat; cat in.bit | \"$BINARY\" diff /dev/stdin /dev/stdin",
        "NOTE: /dev/stdin: taking identifiers of 9 bits, which give the most EBRs (1); --id-bits N says otherwise\n"
        "0 of 1 EBR differ; outside of them nothing does\n"
        "ERROR: /dev/stdin and /dev/stdin are the same pipe, which can't be read twice\n2"},
@@ -205,11 +268,60 @@ TEST(Inspect, PrintsWhatItFinds) {
       {"locate in.bit words.mem", note + "not located: the best try is 2 bits of each word in each of 4 EBRs: 1 of 4 columns found\n1"},
       {"locate --id-bits 4 equal.bit /dev/stdin <zeros.mem", "not located: with 16 bits of each word in each of 1 EBR, the contents can't "
        "tell EBRs apart: bits 15:0 of the words are found in 0101, 0110\n1"},
+      {"locate --id-bits 4 ways.bit ways.mem", "not located: more than one way fits: 16 bits of each word in each of 1 EBR, "
+       "8 bits of each word in each of 2 EBRs\n1"},
       {"locate in.bit two.mem", "ERROR: two.mem, line 2: 16 bits, the first word's line has 8\n2"},
       {"locate in.bit /dev/null", "ERROR: /dev/null: holds no memory words\n2"},
       {"locate --data-width 3 in.bit words.mem", "ERROR: --data-width: the lines of words.mem have 8 bits, which is no multiple of 3\n2"},
       {"list none.bit", "ERROR: none.bit: no EBR contents found, whatever the width of the identifiers\n2"},
-      {"list --id-bits 9 overlapping.bit", "ERROR: overlapping.bit: the contents of its EBRs overlap too often\n2"},
+      {"list --id-bits 9 posing.bit",
+       "identifier       bit   byte.bit   frames    bytes     used  CRC\n"
+       "000000101          0        0.0       15      120        4  wrong\n"
+       "000000110       1237      154.5        1        8        8  empty, hidden, 4 ninth bits set\n"
+       "000000101       1421      177.5        1        8        0  empty, hidden\n"
+       "3 EBRs                                17      136       12  2 empty, 1 wrong, 2 hidden\n\n"
+       "Commands without contents, and what ramgraft takes for a command:\n"
+       "identifier       bit   byte.bit  reason\n"
+       "000000000         92       11.4  in the header of 000000101\n"
+       "000000110        200       25.0  in the contents of 000000101\n"
+       "000000111       1184      148.0  in the CRC of 000000101\n"
+       "000001000       1605      200.5  the bitstream ends after the identifier\n0"},
+      {"verify posing.bit hidden.wid words.mem", hidden + "ERROR: EBR 000000110 at bit 200: no TAV_EBR_WRITE; "
+       "it is at bit 1237, where ramgraft's search doesn't arrive\n2"},
+      {"extract --words 2 posing.bit hidden.wid 2>&1 | grep -v 'ninth\\|CRC\\|after'", hidden + "55\nAA\n0"},
+      {"locate --id-bits 9 posing.bit known.mem", hidden + "0b000000110\naw1;dw8\n0"},
+      {"list --map m.toml three.bit",
+       "identifier       bit   byte.bit   frames    bytes     used  memory, CRC\n"
+       "000000101          0        0.0        1        8        0  wide part 1, empty\n"
+       "000000110        184       23.0        1        8        0  wide part 1, empty\n"
+       "000001001        368       46.0        1        8        0  odd part 1, empty\n"
+       "000000001        552       69.0        0        0        0  empty\n"
+       "4 EBRs                                 3       24        0  4 empty\n0"},
+      {"list --json --map m.toml three.bit | grep -o 'hidden[^}]*'", "hidden\": false, \"memory\": \"wide\", \"part\": 1\n"
+       "hidden\": false, \"memory\": \"wide\", \"part\": 1\nhidden\": false, \"memory\": \"odd\", \"part\": 1\nhidden\": false\n0"},
+      {"diff --map m.toml three.bit changed.bit | sed '/wide word [1-7]/d'",
+       "EBR 000000101 at bit 0 (wide part 1): 48 payload bits differ, the CRC doesn't\n"
+       "EBR 000001001 at bit 368 (odd part 1): 48 payload bits differ, the CRC doesn't\n"
+       "wide word 0: expected 0000, found 00DB\n"
+       "odd word 0: expected 00, found 1B\nodd word 1: expected 00, found 0F\nodd word 2: expected 00, found 0D\n"
+       "odd word 3: expected 00, found 1D\nodd word 4: expected 00, found 17\nodd word 5: expected 00, found 16\n"
+       "odd word 6: expected 00, found 1E\nodd word 7: expected 00, found 1B\nodd word 8: expected 00, found 1B\n"
+       "odd word 9: expected 00, found 0F\n... and 2 more in odd\n2 of 4 EBRs differ; outside of them nothing does\n0"},
+      {"diff --json --map m.toml three.bit changed.bit | sed 's/, {\"memory\": [^}]*}//g'", R"({"same": false, "sections": [)"
+       R"({"identifier": "000000101", "bit": 0, "payloadBits": 48, "crc": false, "memory": "wide", "part": 1}, )"
+       R"({"identifier": "000001001", "bit": 368, "payloadBits": 48, "crc": false, "memory": "odd", "part": 1}], )"
+       R"("words": [{"memory": "wide", "word": 0, "expected": "0000", "found": "00DB"}], "outsideBits": 0})" "\n0"},
+      {"list --map m.toml in.bit", unfit},
+      {"diff --map m.toml in.bit out.bit", unfit},
+      {"list --map m.toml --id-bits 9 three.bit", "ERROR: --id-bits excludes --map" + end},
+      {"dump m.toml changed.bit odd", "ERROR: m.toml, line 5: odd has words of 5 bits, which make no bytes: --words dumps them\n2"},
+      {"dump m.toml changed.bit wide", "ERROR: m.toml, line 2: wide needs order = \"little\" or \"big\": which end of a word has the lowest address\n2"},
+      {"dump m.toml changed.bit none", "ERROR: m.toml: no memory is named none\n2"},
+      {"dump m.toml in.bit odd", unfit},
+      {"dump --words -o wide.wid m.toml changed.bit odd", "ERROR: can't write file wide.wid: it is an input (wide.wid)\n2"},
+      {"--version >/dev/null; ln out.bit link.bit; \"$BINARY\" extract -o link.bit out.bit ram.wid",
+       "ERROR: can't write file link.bit: it is an input (out.bit)\n2"},
+      {"locate -o words.mem --id-bits 9 out.bit words.mem", "ERROR: can't write file words.mem: it is an input (words.mem)\n2"},
       {"list .", "ERROR: can't read file .: Is a directory\n2"},
       {"list --id-bits 65 in.bit", "ERROR: --id-bits: must be a number from 1 to 64" + end},
       {"list --id-bits 010x in.bit", "ERROR: --id-bits: must be a number from 1 to 64" + end},

@@ -68,12 +68,15 @@ std::string refuseInput(const std::string& outputFile, const std::vector<ReadFil
 }
 
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
-                     const FileIdentity& input) {
+                     const std::vector<std::string>& inputs) {
   if (!fileName) {
     StandardOutput output;
     output.write(text);
     return output.finish(ExitStatus::FINE);
   }
-  const std::string fault = putFile(*fileName, bytesOf(text), input);
+  std::vector<ReadFile> files;
+  for (const std::string& name : inputs) files.push_back({name, identityOf(name)});
+  std::string fault = refuseInput(*fileName, files);
+  if (fault.empty()) fault = putFile(*fileName, bytesOf(text), {});
   return fault.empty() ? ExitStatus::FINE : refuse(fault);
 }

@@ -45,9 +45,9 @@ struct ReadFile {
 std::string refuseInput(const std::string& outputFile, const std::vector<ReadFile>& inputs);
 
 /// Writes a whole result to the named file, which is replaced as a run replaces its output, or to
-/// standard output. `input` is the file that it was made from. FINE, or FAILED with a sentence on
-/// standard error.
+/// standard output. The file may be none of `inputs`, the names of the files that the result was
+/// made from. FINE, or FAILED with a sentence on standard error.
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
-                     const FileIdentity& input);
+                     const std::vector<std::string>& inputs);
 
 #endif

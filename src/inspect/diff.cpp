@@ -5,8 +5,10 @@
 
 #include "companion/json.h"
 #include "ebr/search.h"
+#include "inspect/mapped.h"
 #include "inspect/sections.h"
 #include "inspect/subcommands.h"
+#include "layout/spelling.h"
 #include "reports/text.h"
 
 namespace {
@@ -62,19 +64,17 @@ struct Differences {
   bool isNone() const { return changed.empty() && outside.count == 0; }
 };
 
-// Payloads may overlap when contents look like commands. A bit that one of them covers isn't
-// outside.
 Differences compareStreams(const SectionTable& table, const Bitstream& changed) {
   const Bitstream& old = table.getBitstream();
   Differences found;
   std::uint64_t compared = 0;  // everything before this bit has been counted
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    const EbrCommand command = table.getCommand(i);
+  for (const std::uint64_t section : table.getWalk()) {
+    const EbrCommand command = table.getCommand(section);
     if (command.fault != CommandFault::NONE) continue;
     ++found.numEbrs;
     const std::uint64_t crcEnd = command.crcIndex() + CRC_BITS;
     found.outside.add(compareBits(old, changed, compared, command.payloadIndex));
-    compared = std::max(compared, crcEnd);
+    compared = crcEnd;
     const std::uint64_t payloadBits =
         compareBits(old, changed, command.payloadIndex, command.crcIndex()).count;
     const bool isCrcChanged = compareBits(old, changed, command.crcIndex(), crcEnd).count != 0;
@@ -85,14 +85,50 @@ Differences compareStreams(const SectionTable& table, const Bitstream& changed) 
   return found;
 }
 
-void printText(const SectionTable& table, const Differences& differences, StandardOutput& output) {
+// Two streams of the same size, and the map if there is one, which fits the old one.
+struct Streams {
+  const SectionTable& old;
+  const Bitstream& changed;
+  const MappedStream& mapped;
+
+  // Calls `show` with the number of each word of the memory that differs, and both words.
+  template <typename Show>
+  void forEachDifferentWord(const Memory& memory, const Show& show) const {
+    const auto expected = readImage(old.getBitstream(), memory, mapped.placement);
+    const auto found = readImage(changed, memory, mapped.placement);
+    const std::uint64_t bytes = memory.wordBytes();
+    for (std::uint64_t word = 0; word < memory.words; ++word) {
+      if (std::memcmp(&expected[word * bytes], &found[word * bytes], bytes) == 0) continue;
+      show(word, spellWord(memory, expected, word), spellWord(memory, found, word));
+    }
+  }
+};
+
+void printWords(const Streams& streams, const Memory& memory, StandardOutput& output) {
+  constexpr std::uint64_t MOST_SHOWN = 10;
+  std::uint64_t different = 0;
+  streams.forEachDifferentWord(
+      memory, [&](std::uint64_t word, const std::string& expected, const std::string& found) {
+        if (++different > MOST_SHOWN) return;
+        output.write(memory.name + " word " + to_string(word) + ": expected " + expected +
+                     ", found " + found + "\n");
+      });
+  if (different <= MOST_SHOWN) return;
+  output.write("... and " + to_string(different - MOST_SHOWN) + " more in " + memory.name + "\n");
+}
+
+void printText(const Streams& streams, const Differences& differences, StandardOutput& output) {
   for (const ChangedEbr& ebr : differences.changed) {
-    std::string line = "EBR " + table.getIdentifier(ebr.command) + " at bit ";
-    line += to_string(ebr.command.opcodeIndex) + ": " + countOf(ebr.payloadBits, "payload bit");
+    const std::string identifier = streams.old.getIdentifier(ebr.command);
+    const std::string memory = streams.mapped.nameOf(streams.mapped.find(identifier));
+    std::string line = "EBR " + identifier + " at bit " + to_string(ebr.command.opcodeIndex);
+    if (!memory.empty()) line += " (" + memory + ")";
+    line += ": " + countOf(ebr.payloadBits, "payload bit");
     line += ebr.isCrcChanged ? " and the CRC differ\n"
                              : std::string(differFor(ebr.payloadBits)) + ", the CRC doesn't\n";
     output.write(line);
   }
+  for (const Memory& memory : streams.mapped.map.memories) printWords(streams, memory, output);
   output.write(to_string(differences.changed.size()) + " of " +
                countOf(differences.numEbrs, "EBR").append(differFor(differences.changed.size())) +
                "; outside of them ");
@@ -102,17 +138,33 @@ void printText(const SectionTable& table, const Differences& differences, Standa
                                         to_string(outside.first) + "\n");
 }
 
-void printJson(const SectionTable& table, const Differences& differences, StandardOutput& output) {
+void addWords(const Streams& streams, JsonObject& object) {
+  object.beginList("words");
+  for (const Memory& memory : streams.mapped.map.memories) {
+    streams.forEachDifferentWord(
+        memory, [&](std::uint64_t word, const std::string& expected, const std::string& found) {
+          object.addElement(
+              {{"memory", memory.name}, {"word", word}, {"expected", expected}, {"found", found}});
+        });
+  }
+  object.endList();
+}
+
+void printJson(const Streams& streams, const Differences& differences, StandardOutput& output) {
   JsonObject object(output);
   object.add("same", differences.isNone());
   object.beginList("sections");
   for (const ChangedEbr& ebr : differences.changed) {
-    object.addElement({{"identifier", table.getIdentifier(ebr.command)},
-                       {"bit", ebr.command.opcodeIndex},
-                       {"payloadBits", ebr.payloadBits},
-                       {"crc", ebr.isCrcChanged}});
+    const std::string identifier = streams.old.getIdentifier(ebr.command);
+    Json element = {{"identifier", identifier},
+                    {"bit", ebr.command.opcodeIndex},
+                    {"payloadBits", ebr.payloadBits},
+                    {"crc", ebr.isCrcChanged}};
+    streams.mapped.addTo(element, streams.mapped.find(identifier));
+    object.addElement(element);
   }
   object.endList();
+  if (streams.mapped.ebrs) addWords(streams, object);
   object.add("outsideBits", differences.outside.count);
   if (differences.outside.count != 0) object.add("firstOutsideBit", differences.outside.first);
   object.end();
@@ -133,11 +185,13 @@ void printSizes(std::uint64_t oldBytes, std::uint64_t newBytes, bool isJson,
 
 struct Diff {
   std::string oldFile, newFile;
+  std::optional<std::string> mapFile;
   std::uint64_t identifierBits = 0;
   bool isJson = false;
 
   void addTo(CLI::App& app) {
     addIdentifierBits(app, identifierBits);
+    addMap(app, mapFile);
     addJson(app, isJson);
     addFile(app, "OLD.bit", "A bitstream", oldFile);
     addFile(app, "NEW.bit", "Another one", newFile);
@@ -157,10 +211,13 @@ struct Diff {
       printSizes(oldBytes, newBytes, isJson, output);
       return output.finish(ExitStatus::NO);
     }
-    const std::optional<SectionTable> table = findSections(old, identifierBits, true);
-    if (!table) return ExitStatus::FAILED;
-    const Differences differences = compareStreams(*table, changed.bitstream);
-    isJson ? printJson(*table, differences, output) : printText(*table, differences, output);
+    MappedStream mapped;
+    if (mapFile && !openMap(*mapFile, old, mapped)) return ExitStatus::FAILED;
+    const SectionTable table =
+        *findSections(old, mapFile ? mapped.map.identifierBits : identifierBits, true);
+    const Differences differences = compareStreams(table, changed.bitstream);
+    const Streams streams = {table, changed.bitstream, mapped};
+    isJson ? printJson(streams, differences, output) : printText(streams, differences, output);
     return output.finish(differences.isNone() ? ExitStatus::FINE : ExitStatus::NO);
   }
 };

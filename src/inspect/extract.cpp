@@ -9,10 +9,12 @@
 #include "ebr/columns.h"
 #include "ebr/graft.h"
 #include "inputs/loading.h"
+#include "inspect/sections.h"
 #include "inspect/subcommands.h"
 #include "reports/ebrs.h"
 #include "reports/text.h"
 #include "survey/contents.h"
+#include "survey/walklookup.h"
 
 namespace {
 
@@ -87,17 +89,21 @@ struct Extract {
       return ExitStatus::FAILED;
     }
     std::vector<EbrCommand> commands;
-    const std::optional<Lookup> failed = findEbrs(stream.bitstream, inputs.wids, commands);
-    if (failed) return refuse(textOf(*failed));
+    const std::vector<Lookup> walked = lookUpOnWalk(stream.bitstream, inputs.wids);
+    for (const Lookup& lookup : walked) {
+      if (!lookup.isUsable()) return refuse(textOf(lookup));
+      commands.push_back(lookup.command);
+    }
     const MemoryShape shape = shapeOf(inputs, commands);
     if (words > shape.wordsHeld) {
       return refuse("--words: the EBRs hold only " + countOf(shape.wordsHeld, "word"));
     }
     const std::uint64_t wanted =
         words != 0 ? words : std::min(inputs.widths.addressedWords(), shape.wordsHeld);
+    warnOfHidden(stream.bitstream, walked);
     const MemoryWords contents =
         readWords(stream.bitstream, inputs.wids, commands, shape, shape.wholeLines(wanted));
-    return putResult(outputFile, spellMemoryFile(contents, shape.lineBits()), stream.identity);
+    return putResult(outputFile, spellMemoryFile(contents, shape.lineBits()), {bitFile, widFile});
   }
 };
 

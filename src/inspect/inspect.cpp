@@ -7,7 +7,7 @@
 namespace {
 
 // In the order of the help.
-const Program* const SUBCOMMANDS[] = {&LIST, &EXTRACT, &VERIFY, &DIFF, &LOCATE};
+const Program* const SUBCOMMANDS[] = {&LIST, &EXTRACT, &VERIFY, &DIFF, &LOCATE, &DUMP};
 
 Action addSubcommands(CLI::App& app) {
   app.require_subcommand(1);
@@ -24,10 +24,11 @@ Action addSubcommands(CLI::App& app) {
 int runInspect(int argc, const char* const argv[]) {
   constexpr Program INSPECT = {
       "ramgraft-inspect",
-      "See what a bitstream contains, take contents out, verify, compare, locate them.",
+      "See what a bitstream contains, take contents out, verify, compare, locate, dump them.",
       addSubcommands};
-  return runCompanion(INSPECT,
-                      "Exit status: 0 listed, extracted, the same or located; 1 differs or not "
-                      "located; 2 could not be done.",
-                      argc, argv);
+  return runCompanion(
+      INSPECT,
+      "Exit status: 0 listed, extracted, the same, located or dumped; 1 differs or not "
+      "located; 2 could not be done.",
+      argc, argv);
 }

@@ -1,8 +1,10 @@
 // `list`: the EBRs that a bitstream contains.
 #include <algorithm>
 #include <array>
+#include <iterator>
 
 #include "companion/json.h"
+#include "inspect/mapped.h"
 #include "inspect/sections.h"
 #include "inspect/subcommands.h"
 #include "reports/ebrs.h"
@@ -13,6 +15,12 @@ namespace {
 
 using std::to_string;
 
+// What is listed.
+struct Listing {
+  const SectionTable& table;
+  const MappedStream& mapped;
+};
+
 // An EBR as the list shows it.
 struct ListedEbr {
   std::string identifier;
@@ -22,30 +30,50 @@ struct ListedEbr {
   bool isHidden = false;
 };
 
-// Calls `show` with each section that has a data section.
+// Calls `show` with each command of the walk that has a data section.
 template <typename Show>
 void forEachEbr(const SectionTable& table, const Show& show) {
   std::vector<unsigned char> contents;
-  for (std::size_t i = 0; i < table.size(); ++i) {
+  for (const std::uint64_t section : table.getWalk()) {
     ListedEbr ebr;
-    ebr.command = table.getCommand(i);
+    ebr.command = table.getCommand(section);
     if (ebr.command.fault != CommandFault::NONE) continue;
     ebr.identifier = table.getIdentifier(ebr.command);
     ebr.facts =
         readContents(table.getBitstream(), ebr.command, ebr.command.contentsBytes(), contents);
     ebr.used = contents.size() -
                static_cast<std::uint64_t>(std::count(contents.begin(), contents.end(), 0));
-    ebr.isHidden = table.isHidden(i);
+    ebr.isHidden = table.isHidden(ebr.command);
     show(ebr);
   }
 }
 
-// Calls `show` with the identifier and the command of each section that has no data section.
+// What of a command of the walk a bit belongs to that comes after its first.
+std::string_view fieldOf(const EbrCommand& command, std::uint64_t bitIndex) {
+  if (command.fault != CommandFault::NONE || bitIndex < command.payloadIndex) return "header";
+  return bitIndex < command.crcIndex() ? "contents" : "CRC";
+}
+
+// Calls `show` with the identifier, the command and the reason for each command of the walk without
+// a data section, and for each section of the chain that begins inside a command of the walk.
 template <typename Show>
 void forEachOther(const SectionTable& table, const Show& show) {
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    const EbrCommand command = table.getCommand(i);
-    if (command.fault != CommandFault::NONE) show(table.getIdentifier(command), command);
+  std::vector<std::uint64_t> sections;
+  std::ranges::set_union(table.getWalk(), table.getChain(), std::back_inserter(sections));
+  auto walked = table.getWalk().begin();
+  EbrCommand around;  // the last command of the walk
+  for (const std::uint64_t section : sections) {
+    const EbrCommand command = table.getCommand(section);
+    const std::string identifier = table.getIdentifier(command);
+    if (walked == table.getWalk().end() || *walked != section) {
+      const std::string field(fieldOf(around, section));
+      show(identifier, command, "in the " + field + " of " + table.getIdentifier(around));
+      continue;
+    }
+    around = command;
+    ++walked;
+    if (command.fault == CommandFault::NONE) continue;
+    show(identifier, command, std::string(textOf(command.fault)));
   }
 }
 
@@ -115,18 +143,22 @@ std::string remarksOn(const ListedEbr& ebr) {
   return text;
 }
 
-void printEbrs(const SectionTable& table, const TableLayout& layout, StandardOutput& output) {
-  output.write(layout.line("identifier", {"bit", "byte.bit", "frames", "bytes", "used"}, "CRC"));
+// With a map, what it has to say comes first among the remarks.
+void printEbrs(const Listing& listing, const TableLayout& layout, StandardOutput& output) {
+  output.write(layout.line("identifier", {"bit", "byte.bit", "frames", "bytes", "used"},
+                           !listing.mapped.ebrs ? "CRC" : "memory, CRC"));
   Totals totals;
-  forEachEbr(table, [&](const ListedEbr& ebr) {
+  const auto print = [&](const ListedEbr& ebr) {
     totals.add(ebr);
     const EbrCommand& command = ebr.command;
+    const std::string memory = listing.mapped.nameOf(listing.mapped.find(ebr.identifier));
     output.write(layout.line(
         ebr.identifier,
         {to_string(command.opcodeIndex), byteAndBit(command.opcodeIndex),
          to_string(command.frameCount), to_string(command.contentsBytes()), to_string(ebr.used)},
-        remarksOn(ebr)));
-  });
+        memory + (memory.empty() ? "" : ", ") + remarksOn(ebr)));
+  };
+  forEachEbr(listing.table, print);
   output.write(layout.line(
       countOf(totals.ebrs, "EBR"),
       {"", "", to_string(totals.frames), to_string(totals.bytes), to_string(totals.used)},
@@ -135,22 +167,22 @@ void printEbrs(const SectionTable& table, const TableLayout& layout, StandardOut
 
 void printOthers(const SectionTable& table, const TableLayout& layout, StandardOutput& output) {
   bool isFirst = true;
-  forEachOther(table, [&](const std::string& identifier, const EbrCommand& command) {
+  forEachOther(table, [&](const std::string& identifier, const EbrCommand& command,
+                          const std::string& reason) {
     if (isFirst) {
-      output.write("\nSections without contents, data that looks like an address:\n");
+      output.write("\nCommands without contents, and what ramgraft takes for a command:\n");
       output.write(layout.line("identifier", {"bit", "byte.bit"}, "reason"));
     }
     isFirst = false;
-    output.write(layout.line(identifier,
-                             {to_string(command.opcodeIndex), byteAndBit(command.opcodeIndex)},
-                             textOf(command.fault)));
+    output.write(layout.line(
+        identifier, {to_string(command.opcodeIndex), byteAndBit(command.opcodeIndex)}, reason));
   });
 }
 
-void printText(const SectionTable& table, StandardOutput& output) {
-  const TableLayout layout(table);
-  printEbrs(table, layout, output);
-  printOthers(table, layout, output);
+void printText(const Listing& listing, StandardOutput& output) {
+  const TableLayout layout(listing.table);
+  printEbrs(listing, layout, output);
+  printOthers(listing.table, layout, output);
 }
 
 // ---- As JSON ----
@@ -171,21 +203,24 @@ Json toJson(const ListedEbr& ebr) {
   // GCOVR_EXCL_STOP
 }
 
-void printJson(const SectionTable& table, const std::string& fileName, StandardOutput& output) {
+void printJson(const Listing& listing, const std::string& fileName, StandardOutput& output) {
+  const SectionTable& table = listing.table;
   JsonObject object(output);
   object.add("file", fileName);
   object.add("bytes", table.getBitstream().getNumBytes());
   object.add("identifierBits", table.getIdentifierBits());
   object.beginList("sections");
-  forEachEbr(table, [&](const ListedEbr& ebr) { object.addElement(toJson(ebr)); });
+  forEachEbr(table, [&](const ListedEbr& ebr) {
+    Json element = toJson(ebr);
+    listing.mapped.addTo(element, listing.mapped.find(ebr.identifier));
+    object.addElement(element);
+  });
   object.endList();
   object.beginList("others");
-  forEachOther(table, [&](const std::string& identifier, const EbrCommand& command) {
-    // GCOVR_EXCL_START: as above.
-    object.addElement({{"identifier", identifier},
-                       {"bit", command.opcodeIndex},
-                       {"reason", textOf(command.fault)}});
-    // GCOVR_EXCL_STOP
+  forEachOther(table, [&](const std::string& identifier, const EbrCommand& command,
+                          const std::string& reason) {
+    object.addElement(
+        {{"identifier", identifier}, {"bit", command.opcodeIndex}, {"reason", reason}});
   });
   object.endList();
   object.end();
@@ -193,11 +228,13 @@ void printJson(const SectionTable& table, const std::string& fileName, StandardO
 
 struct List {
   std::string bitFile;
+  std::optional<std::string> mapFile;
   std::uint64_t identifierBits = 0;
   bool isJson = false;
 
   void addTo(CLI::App& app) {
     addIdentifierBits(app, identifierBits);
+    addMap(app, mapFile);
     addJson(app, isJson);
     addFile(app, "FILE.bit", "The bitstream", bitFile);
   }
@@ -205,10 +242,14 @@ struct List {
   ExitStatus run() const {
     OpenStream stream;
     if (!openStream(bitFile, stream)) return ExitStatus::FAILED;
-    const std::optional<SectionTable> table = findSections(stream, identifierBits);
+    MappedStream mapped;
+    if (mapFile && !openMap(*mapFile, stream, mapped)) return ExitStatus::FAILED;
+    const std::optional<SectionTable> table =
+        findSections(stream, mapFile ? mapped.map.identifierBits : identifierBits);
     if (!table) return ExitStatus::FAILED;
+    const Listing listing = {*table, mapped};
     StandardOutput output;
-    isJson ? printJson(*table, bitFile, output) : printText(*table, output);
+    isJson ? printJson(listing, bitFile, output) : printText(listing, output);
     return output.finish(ExitStatus::FINE);
   }
 };

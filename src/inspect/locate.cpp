@@ -125,7 +125,7 @@ struct Locate {
     if (!loadWords(memFile, known) || !openStream(bitFile, stream)) return ExitStatus::FAILED;
     const std::optional<SectionTable> table = findSections(stream, identifierBits);
     if (!table) return ExitStatus::FAILED;
-    const std::vector<EbrCommand> ebrs = findReachable(*table);
+    const std::vector<EbrCommand> ebrs = table->findEbrs();
     const auto identifiers = [&](std::size_t ebr) { return table->getIdentifier(ebrs[ebr]); };
     const Fits fits = findFits(stream.bitstream, ebrs, known.words, known.dataWidth);
     if (fits.unique.size() != 1) {
@@ -135,9 +135,11 @@ struct Locate {
     const Widths widths = {addressWidthFor(known.count()), static_cast<int>(known.dataWidth)};
     std::vector<std::string> wids(fits.unique.front().numColumns);
     for (const ColumnMatch& match : fits.unique.front().matches) {
-      wids[match.columns.front()] = identifiers(match.ebrs.front());
+      const EbrCommand& ebr = ebrs[match.ebrs.front()];
+      wids[match.columns.front()] = table->getIdentifier(ebr);
+      if (table->isHidden(ebr)) warnOfHidden(table->getIdentifier(ebr), ebr);
     }
-    return putResult(outputFile, spellWidthFile(wids, widths), stream.identity);
+    return putResult(outputFile, spellWidthFile(wids, widths), {bitFile, memFile});
   }
 };
 

@@ -5,17 +5,12 @@
 #include "ebr/chain.h"
 #include "reports/position.h"
 #include "reports/text.h"
+#include "survey/reach.h"
 #include "survey/width.h"
 
 namespace {
 
 constexpr std::uint64_t MOST_IDENTIFIER_BITS = 64;
-
-std::optional<SectionTable> refuseOverlap(SectionTable table, const OpenStream& stream) {
-  if (!table.overlapsTooMuch()) return table;
-  refuse(positionText(stream.name) + "the contents of its EBRs overlap too often");
-  return std::nullopt;
-}
 
 }  // namespace
 
@@ -40,5 +35,19 @@ std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t
                     countOf(identifierBits, "bit"), ", which give the most EBRs (",
                     std::to_string(found.numEbrs), "); --id-bits N says otherwise");
   }
-  return refuseOverlap(SectionTable(stream.bitstream, allSections, identifierBits), stream);
+  return SectionTable(stream.bitstream, allSections, identifierBits);
+}
+
+void warnOfHidden(const std::string& identifier, const EbrCommand& command) {
+  printWarning("EBR ", excerptOf(identifier), " at bit ", std::to_string(command.opcodeIndex),
+               " is hidden from ramgraft: its search doesn't arrive there");
+}
+
+void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked) {
+  std::vector<EbrCommand> commands;
+  for (const Lookup& lookup : walked) commands.push_back(lookup.command);
+  const std::vector<bool> reached = findReached(bitstream, commands, walked.front().wid.size());
+  for (std::size_t ebr = 0; ebr < walked.size(); ++ebr) {
+    if (walked[ebr].isUsable() && !reached[ebr]) warnOfHidden(walked[ebr].wid, commands[ebr]);
+  }
 }

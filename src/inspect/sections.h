@@ -4,19 +4,26 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "companion/opening.h"
 #include "companion/options.h"
+#include "ebr/lookup.h"
 #include "survey/sections.h"
 
 /// Adds the option --id-bits; the number stays 0 if it isn't given.
 void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits);
 
 /// The sections of the stream. If `identifierBits` is 0 the width is found, and noted on standard
-/// error. Nothing, with the reason on standard error, if no width gives an EBR, or if reading the
-/// contents of all of them would take minutes. With `isNoneFine` a stream without EBRs is fine,
-/// too.
+/// error. Nothing, with the reason on standard error, if no width gives an EBR. With `isNoneFine` a
+/// stream without EBRs is fine, too.
 std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
                                          bool isNoneFine = false);
+
+/// Warns that ramgraft's search doesn't arrive at the EBR.
+void warnOfHidden(const std::string& identifier, const EbrCommand& command);
+/// The same for each usable one of `walked`, which lookUpOnWalk() gives, if that is so.
+void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked);
 
 #endif

@@ -7,11 +7,13 @@
 #include "companion/opening.h"
 #include "companion/options.h"
 #include "console/lines.h"
+#include "inspect/sections.h"
 #include "inspect/subcommands.h"
 #include "reports/ebrs.h"
 #include "reports/text.h"
 #include "survey/comparison.h"
 #include "survey/rehearsal.h"
+#include "survey/walklookup.h"
 
 namespace {
 
@@ -94,6 +96,15 @@ void printWarnings(const Verification& result, const MemoryInputs& inputs) {
   }
 }
 
+// Where the EBR is that a run can't reach, if it is on the walk. Contents that the run writes into
+// other EBRs can hide it, too.
+std::string remarkOn(const Lookup& failed, const std::vector<Lookup>& walked) {
+  const Lookup& lookup = *std::ranges::find(walked, failed.wid, &Lookup::wid);
+  const std::uint64_t bit = lookup.command.opcodeIndex;
+  if (!lookup.isUsable() || (failed.isFound() && failed.command.opcodeIndex == bit)) return "";
+  return "; it is at bit " + to_string(bit) + ", where ramgraft's search doesn't arrive";
+}
+
 void printText(const Verification& result, const MemoryInputs& inputs, StandardOutput& output) {
   constexpr std::uint64_t MOST_SHOWN = 10;
   const MemoryWords& expected = *inputs.words;
@@ -158,8 +169,10 @@ struct Verify {
         !openStream(bitFile, stream)) {
       return ExitStatus::FAILED;
     }
+    const std::vector<Lookup> walked = lookUpOnWalk(stream.bitstream, inputs.wids);
+    warnOfHidden(stream.bitstream, walked);
     const Verification result = verify(inputs, stream.bitstream);
-    if (result.failed) return refuse(textOf(*result.failed));
+    if (result.failed) return refuse(textOf(*result.failed) + remarkOn(*result.failed, walked));
     printWarnings(result, inputs);
     StandardOutput output;
     isJson ? printJson(result, inputs, output) : printText(result, inputs, output);

@@ -5,6 +5,7 @@
 #include "ebr/graft.h"
 #include "layout/deal.h"
 #include "reports/ebrs.h"
+#include "survey/reach.h"
 
 namespace {
 
@@ -38,6 +39,8 @@ void graftLane(const Lane& lane, std::span<const EbrCommand> commands, const Mem
     const GraftReport report = replaceContents(bitstream, commands[ebr], columns, ebr);
     before.compare(CommandBits(bitstream, commands[ebr]), changes);
     ++changes.numEbrs;
+    const std::uint64_t end = commands[ebr].crcIndex() + CRC_BITS;
+    if (holdsAddress(bitstream, commands[ebr].payloadIndex, end)) changes.hasAddress = true;
     if (report.oldCrc.verdict == CrcCheck::Verdict::WRONG) {
       messages.warn(crcWarningOf(report.oldCrc, lane.wids[ebr]));
     }

@@ -14,6 +14,7 @@ struct GraftChanges {
   std::uint64_t numEbrs = 0;          ///< EBRs that were grafted
   std::uint64_t changedPayloads = 0;  ///< EBRs with another payload than before
   std::uint64_t changedCrcs = 0;      ///< EBRs with another CRC than before, and the same payload
+  bool hasAddress = false;            ///< a grafted payload or CRC has an EBR's address now
 };
 
 /// Grafts all lanes of every part that is touched, in the map's order, and reports what deserves a

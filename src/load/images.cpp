@@ -5,6 +5,7 @@
 
 #include "layout/deal.h"
 #include "layout/number.h"
+#include "layout/spelling.h"
 #include "load/texts.h"
 #include "reports/text.h"
 

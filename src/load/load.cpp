@@ -10,6 +10,7 @@
 #include "companion/output.h"
 #include "companion/program.h"
 #include "console/lines.h"
+#include "ebr/chain.h"
 #include "files/read.h"
 #include "inputs/loading.h"
 #include "load/check.h"
@@ -19,6 +20,8 @@
 #include "load/report.h"
 #include "load/sets.h"
 #include "reports/inputs.h"
+#include "reports/text.h"
+#include "survey/sections.h"
 
 namespace {
 
@@ -42,6 +45,7 @@ class Load {
     images->complete(bitstream, placement, options.keepsRest);
     if (options.isCheck) differences = compareImages(map, placement, *images, bitstream);
     changes = graftImages(map, placement, *images, bitstream, messages);
+    if (std::ranges::any_of(changes, &GraftChanges::hasAddress)) noteHidden();
     return "";
   }
 
@@ -74,6 +78,20 @@ class Load {
   }
 
  private:
+  // Contents can spell an address. That matters to ramgraft alone, which searches them, too. Takes
+  // a search through the whole stream.
+  void noteHidden() const {
+    const SectionTable table(bitstream, findAllSections(bitstream), map.identifierBits);
+    std::vector<EbrCommand> hidden = table.findEbrs();
+    std::erase_if(hidden, [&](const EbrCommand& ebr) { return !table.isHidden(ebr); });
+    if (hidden.empty()) return;
+    const EbrCommand& first = hidden.front();
+    messages.note(countOf(hidden.size(), "EBR") + (hidden.size() == 1 ? " is" : " are") +
+                  " now out of reach for ramgraft itself (first: " + table.getIdentifier(first) +
+                  " at bit " + std::to_string(first.opcodeIndex) +
+                  "), because contents spell an address; ramgraft-load isn't bothered by it");
+  }
+
   std::string readInputs() {
     std::string fault = readMap(options.mapFile, map);
     if (!fault.empty()) return fault;

@@ -7,6 +7,7 @@
 
 #include "base/digits.h"
 #include "layout/number.h"
+#include "layout/spelling.h"
 #include "load/texts.h"
 
 namespace {

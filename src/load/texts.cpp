@@ -2,7 +2,6 @@
 
 #include "base/digits.h"
 #include "layout/number.h"
-#include "reports/position.h"
 
 std::size_t addressDigits(std::uint64_t last) { return last > UINT32_MAX ? 16 : 8; }
 
@@ -27,9 +26,4 @@ std::string spellLocation(const Memory& memory, std::uint64_t offset) {
 
 std::string nameWithLine(const Map& map, const Memory& memory) {
   return memory.name + " (" + map.file + ", line " + std::to_string(memory.line) + ")";
-}
-
-std::string needsOrder(const Map& map, const Memory& memory) {
-  return positionText(map.file, memory.line) + memory.name +
-         R"( needs order = "little" or "big": which end of a word has the lowest address)";
 }

@@ -21,7 +21,4 @@ std::string spellLocation(const Memory& memory, std::uint64_t offset);
 /// "NAME (MAP, line N)".
 std::string nameWithLine(const Map& map, const Memory& memory);
 
-/// The sentence that a memory's map must say its byte order.
-std::string needsOrder(const Map& map, const Memory& memory);
-
 #endif

@@ -3,15 +3,6 @@
 #include <algorithm>
 #include <utility>
 
-std::vector<EbrCommand> findReachable(const SectionTable& table) {
-  std::vector<EbrCommand> found;
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    const EbrCommand command = table.getCommand(i);
-    if (command.fault == CommandFault::NONE && !table.isHidden(i)) found.push_back(command);
-  }
-  return found;
-}
-
 bool Fit::isUnique() const {
   return isWhole() && std::ranges::all_of(matches, &ColumnMatch::isUnique);
 }

@@ -7,10 +7,6 @@
 #include <vector>
 
 #include "survey/matching.h"
-#include "survey/sections.h"
-
-/// The commands of the EBRs that a run can get to.
-std::vector<EbrCommand> findReachable(const SectionTable& table);
 
 /// One way of dealing out the words, and where the columns were found.
 struct Fit {

@@ -9,31 +9,34 @@
 #include "base/ramgraftbstream.h"
 #include "ebr/command.h"
 
-/// The chain of a stream, which must outlive the table and not change. Sections are numbered from 0
-/// in stream order.
+/// The walk through a stream and the chain of its sections. The stream must outlive the table and
+/// not change. Sections are bit indexes of address opcodes, ascending.
 class SectionTable {
  public:
-  /// `allSections` is what findAllSections() gives; identifiers have 1 to 64 bits.
+  /// `allSections` is what findAllSections() gives.
   SectionTable(const Bitstream& stream, const std::vector<std::uint64_t>& allSections,
-               std::uint64_t identifierBits);
+               std::uint64_t bits);
 
   const Bitstream& getBitstream() const { return bitstream; }
   std::uint64_t getIdentifierBits() const { return identifierBits; }
-  std::size_t size() const { return chain.size(); }
-  /// What the stream contains there.
-  EbrCommand getCommand(std::size_t section) const;
+  /// The commands of the walk.
+  const std::vector<std::uint64_t>& getWalk() const { return walk; }
+  /// What ramgraft's search takes for commands.
+  const std::vector<std::uint64_t>& getChain() const { return chain; }
+  /// What the stream contains at a section.
+  EbrCommand getCommand(std::uint64_t section) const;
   /// The identifier of a command as digits; empty if the stream ends before it does.
   std::string getIdentifier(const EbrCommand& command) const;
-  /// True if the payloads overlap so often that reading them all would take minutes.
-  bool overlapsTooMuch() const;
-  /// True if the identifier came up before: a run would never get to this section.
-  bool isHidden(std::size_t section) const { return hidden[section]; }
+  /// True if ramgraft's search for the identifier of this command of the walk doesn't arrive there.
+  bool isHidden(const EbrCommand& command) const;
+  /// The commands of the walk that have a data section; of those with one identifier the first.
+  std::vector<EbrCommand> findEbrs() const;
 
  private:
   const Bitstream& bitstream;
   std::uint64_t identifierBits;
-  std::vector<std::uint64_t> chain;
-  std::vector<bool> hidden;
+  std::vector<std::uint64_t> walk, chain;
+  std::vector<std::uint64_t> reached;  ///< of the chain's, the first with their identifier
 };
 
 #endif

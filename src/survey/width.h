@@ -7,13 +7,13 @@
 
 #include "base/ramgraftbstream.h"
 
-/// A width of identifiers, and how many sections of its chain have a data section.
+/// A width of identifiers, and how many commands of its walk have a data section.
 struct WidthFinding {
   std::uint64_t identifierBits = 0;
   std::uint64_t numEbrs = 0;  ///< 0 if no width gives any
 };
 
-/// Of the widths 1 to 64 the one at which the most sections of the chain have a data section, of
+/// Of the widths 1 to 64 the one at which the most commands of the walk have a data section, of
 /// equally good ones the smallest. `allSections` is what findAllSections() gives.
 WidthFinding findIdentifierBits(const Bitstream& bitstream,
                                 const std::vector<std::uint64_t>& allSections);

@@ -1,0 +1,44 @@
+#include "inspect/mapped.h"
+
+#include <CLI/CLI.hpp>
+
+#include "companion/status.h"
+#include "layout/deal.h"
+
+void addMap(CLI::App& app, std::optional<std::string>& mapFile) {
+  app.add_option("--map", mapFile, "Name the memory and part of each EBR, as this map has them")
+      ->type_name("MAP.toml")
+      ->take_last()
+      ->excludes("--id-bits");
+}
+
+std::string MappedStream::nameOf(const MapEbr* ebr) const {
+  if (ebr == nullptr) return "";
+  return map.memories[ebr->memory].name + " part " + std::to_string(ebr->part + 1);
+}
+
+void MappedStream::addTo(Json& object, const MapEbr* ebr) const {
+  if (ebr == nullptr) return;
+  object["memory"] = map.memories[ebr->memory].name;
+  object["part"] = ebr->part + 1;
+}
+
+bool openMap(const std::string& mapFile, const OpenStream& stream, MappedStream& mapped) {
+  std::string fault = readMap(mapFile, mapped.map);
+  if (fault.empty()) fault = placeMap(mapped.map, stream.name, stream.bitstream, mapped.placement);
+  if (!fault.empty()) {
+    refuse(fault);
+    return false;
+  }
+  mapped.ebrs.emplace(mapped.map);
+  return true;
+}
+
+std::vector<unsigned char> readImage(const Bitstream& bitstream, const Memory& memory,
+                                     const Placement& placement) {
+  std::vector<unsigned char> image(memory.bytes());
+  for (std::size_t part = 0; part < memory.parts.size(); ++part) {
+    readPart(bitstream, memory, part, placement, image);
+  }
+  return image;
+}
