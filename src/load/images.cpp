@@ -68,7 +68,7 @@ std::string Images::placePiece(const Content& content, const Piece& piece) {
   const Memory& memory = map.memories[*place->memory];
   if (std::string fault = refuse(content, memory); !fault.empty()) return fault;
   if (place->value > memory.bytes()) {
-    return content.originOf(piece, 0) + ": the data begins " +
+    return content.originOf(piece, 0) + " begins " +
            countOf(place->value - memory.bytes(), "byte") + " past the end of " +
            nameWithLine(map, memory);
   }
