@@ -113,6 +113,11 @@ std::string ebrDigits(const std::string& identifier, unsigned frames, const std:
   return bits + digits(crc, 16);
 }
 
+std::string contentsOf(const char* fileName) {
+  std::ifstream file(fileName, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
 std::string outputOf(const std::function<void()>& action) {
   const int output = workplace().output;
   std::fflush(nullptr);  // what the test runner has not written yet
@@ -140,8 +145,7 @@ RunResult runTool(const RunFiles& files) {
   int status = 0;
   RunResult result = {outputOf([&] { status = runRamgraft(5, arguments); }), ""};
   result.text += std::to_string(status);
-  std::ifstream output("out.bit", std::ios::binary);
-  result.bytes.assign(std::istreambuf_iterator<char>(output), {});
+  result.bytes = contentsOf("out.bit");
   return result;
 }
 

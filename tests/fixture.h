@@ -51,6 +51,8 @@ std::string packDigits(std::string digits);
 std::string ebrDigits(const std::string& identifier, unsigned frames, const std::string& payload,
                       unsigned crc = 0);
 
+/// The bytes of a file.
+std::string contentsOf(const char* fileName);
 /// What `action` writes to standard output and standard error.
 std::string outputOf(const std::function<void()>& action);
 

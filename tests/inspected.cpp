@@ -91,11 +91,6 @@ std::string inspect(std::vector<const char*> arguments) {
   return text + std::to_string(status);
 }
 
-std::string contentsOf(const char* fileName) {
-  std::ifstream file(fileName, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::string digitsOfHex(const std::string& text) {
   std::string bits;
   for (const char digit : text) bits += digits(std::stoul(std::string(1, digit), nullptr, 16), 4);

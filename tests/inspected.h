@@ -10,8 +10,6 @@
 /// Runs ramgraft-inspect in the folder that runTool() has made. All that it prints, then its
 /// status.
 std::string inspect(std::vector<const char*> arguments);
-/// The bytes of a file.
-std::string contentsOf(const char* fileName);
 /// Hexadecimal digits as binary ones.
 std::string digitsOfHex(const std::string& text);
 /// Runs all subcommands on the files of a run and on its output. The first promise that isn't kept;

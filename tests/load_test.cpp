@@ -150,6 +150,26 @@ std::string checkTask(const Task& task, const std::string& stream) {
   return load(arguments);
 }
 
+// Dumps all memories that a load has touched. A dump must have their words, and change none.
+void checkDumps(const Design& design, const Touched& touched) {
+  for (std::size_t i = 0; i < design.memories.size(); ++i) {
+    const MemoryDesign& memory = design.memories[i];
+    if (std::ranges::count(touched[i], false) != 0) continue;
+    const char* const form = memory.hasBytes() ? "--" : "--words";
+    ASSERT_EQ(inspect({"dump", "-o", "dump", form, "design.toml", "loaded.bit", &memory.name[0]}),
+              "0");
+    const std::string dump = contentsOf("dump");
+    MemoryDesign found = memory;
+    for (unsigned at = 0; at < (memory.hasBytes() ? dump.size() : 0U); ++at) {
+      found.setByte(at, static_cast<unsigned char>(dump[at]));
+    }
+    ASSERT_TRUE(!memory.hasBytes() || dump.size() == memory.bytes());
+    ASSERT_EQ(found.words, memory.words);
+    const std::string format = memory.hasBytes() ? "=bin:dump" : "=mem:dump";
+    ASSERT_EQ(load({"--check", "--quiet", "design.toml", "loaded.bit", memory.name + format}), "0");
+  }
+}
+
 TEST(Load, LeavesWhatAChainOfRunsLeaves) {
   std::mt19937_64 random(1);
   unsigned numSpelled = 0, numNoted = 0;
@@ -168,6 +188,7 @@ TEST(Load, LeavesWhatAChainOfRunsLeaves) {
         ++numSpelled;
       }
       ASSERT_EQ(checkTask(task, output).back(), '0') << i;
+      checkDumps(design, task.touched);
       ASSERT_EQ(checkTask(task, damage(random, design, task.touched, output)).back(), '1') << i;
       input = output;
     }

@@ -151,6 +151,9 @@ def check_firmware(folder, programs):
         run(["ramgraft-load", "--check", *load, "design.bit", content], folder, programs, 1)
         outputs.append((folder / "out.bit").read_bytes())
         assert memory_bytes(folder, "out.bit", ("rom-0", "rom-1")) == bytes(rom), content
+        run(["ramgraft-inspect", "dump", "-o", "dump", "design.toml", "out.bit", "rom"], folder,
+            programs)
+        assert (folder / "dump").read_bytes() == bytes(rom), content
         assert memory_bytes(folder, "out.bit", ("ram",)) == bytes(ram), content
     assert outputs[0] == outputs[1] == outputs[2], "the formats differ"
 
