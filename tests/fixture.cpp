@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -133,6 +134,29 @@ std::string outputOf(const std::function<void()>& action) {
   require(::pread(output, text.data(), text.size(), 0) >= 0);
   require(::ftruncate(output, 0) == 0 && ::lseek(output, 0, SEEK_SET) == 0);
   return text;
+}
+
+std::vector<Case> readCases(const std::string& name) {
+  std::ifstream file(std::string(RAMGRAFT_TESTS "/") + name);
+  std::vector<Case> cases;
+  for (std::string line; std::getline(file, line);) {
+    if (line.starts_with("$ ")) {
+      cases.push_back({line.substr(2), ""});
+    } else {
+      cases.back().expected += (cases.back().expected.empty() ? "" : "\n") + line;
+    }
+  }
+  require(!cases.empty());
+  return cases;
+}
+
+std::string runCommand(const std::string& command) {
+  static const bool isFound =
+      ::setenv("PATH", (RAMGRAFT_PROGRAMS ":" + std::string(::getenv("PATH"))).c_str(), 1) == 0;
+  require(isFound);
+  int status = 0;
+  const std::string text = outputOf([&] { status = std::system(command.c_str()); });
+  return text + std::to_string(WEXITSTATUS(status));
 }
 
 RunResult runTool(const RunFiles& files) {

@@ -56,6 +56,16 @@ std::string contentsOf(const char* fileName);
 /// What `action` writes to standard output and standard error.
 std::string outputOf(const std::function<void()>& action);
 
+/// A command and what it must print and return.
+struct Case {
+  std::string command, expected;
+};
+/// The cases of a file of this folder: commands after "$ ", each followed by what it prints, with
+/// standard error, and by its status.
+std::vector<Case> readCases(const std::string& name);
+/// Runs a command of the shell, which finds the real binaries. What it prints, then its status.
+std::string runCommand(const std::string& command);
+
 /// Runs the tool in this process on files of a folder of its own, in memory where possible.
 RunResult runTool(const RunFiles& files);
 /// How the tool's run differs from a plain run: its first wrong bit, or what it says. Empty when
