@@ -61,8 +61,9 @@ class SymbolSearch {
   explicit SymbolSearch(std::string symbol) : name(std::move(symbol)) {}
 
   void look(const Content& content) {
-    const auto found = std::ranges::equal_range(content.image.symbols, name, {}, &Symbol::name);
-    for (const Symbol& symbol : found) add(content, symbol);
+    const std::vector<Symbol>& symbols = content.image.symbols;
+    auto symbol = std::ranges::lower_bound(symbols, name, {}, &Symbol::name);
+    for (; symbol != symbols.end() && symbol->name == name; ++symbol) add(content, *symbol);
   }
 
   std::string getFault() const {
