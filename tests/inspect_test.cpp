@@ -51,7 +51,8 @@ std::string brokenDumpLaw(const RunFiles& files, std::size_t wordBits) {
     if (!order.empty() && wordBits % 8 != 0) continue;
     std::ofstream map("m.toml");
     map << "version = 1\n[memory.m]\nwid = \"ram.wid\"\nwords = "
-        << std::count(files.mem.begin(), files.mem.end(), '\n') * std::lcm(wordBits, 8) / wordBits;
+        << static_cast<unsigned>(std::ranges::count(files.mem, '\n')) * std::lcm(wordBits, 8U) /
+               wordBits;
     if (!order.empty()) map << "\norder = '" << order << "'";
     map << std::flush;
     std::vector<const char*> arguments = {"dump", "m.toml", "out.bit", "m", "-o", "new"};

@@ -18,7 +18,7 @@ int toNumber(std::string_view text) {
 }
 
 // Moves on to `path`, which is relative to the place's folder. 0 or the error number.
-int moveTo(Place& place, const std::string& path) {
+int moveTo(FilePlace& place, const std::string& path) {
   const std::size_t nameBegin = path.rfind('/') + 1;
   const std::string folder = nameBegin == 0 ? "." : path.substr(0, nameBegin);
   FileDescriptor opened(
@@ -52,7 +52,7 @@ DescriptorName parseDescriptorName(std::string_view path) {
           toNumber(path.substr(end + DESCRIPTORS.size()))};
 }
 
-int findPlace(const std::string& fileName, const FileIdentity& old, Place& place) {
+int findPlace(const std::string& fileName, const FileIdentity& old, FilePlace& place) {
   constexpr int MOST_LINKS = 40;  // as many as the system itself follows
   constexpr FileIdentity NOTHING;
   std::string path = fileName;

@@ -23,7 +23,7 @@ struct DescriptorName {
 DescriptorName parseDescriptorName(std::string_view path);
 
 /// A name in a folder that is held open.
-struct Place {
+struct FilePlace {
   FileDescriptor folder{AT_FDCWD};
   std::string name;
 };
@@ -32,6 +32,6 @@ struct Place {
 /// where they end. Which links may be followed is the system's decision: it has just opened the
 /// name as given, and `old` is the file that it found, {} if there was none. Returns 0 or the
 /// system's error number; ESTALE if the links lead to another file by now.
-int findPlace(const std::string& fileName, const FileIdentity& old, Place& place);
+int findPlace(const std::string& fileName, const FileIdentity& old, FilePlace& place);
 
 #endif

@@ -116,7 +116,8 @@ int orOnlyInPlace(int error, const Replacement& replacement) {
 }
 
 // Writes a new file and gives it the place of the old one, if there is one.
-int replaceByRename(const Replacement& replacement, const Place& place, const SignalHold& signals) {
+int replaceByRename(const Replacement& replacement, const FilePlace& place,
+                    const SignalHold& signals) {
   // Until it has the mode of the old file, which may be a private one, it is for nobody else.
   const mode_t mode = replacement.old.isOpen() ? 0600 : 0666;
   FileDescriptor file(::openat(place.folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
@@ -209,7 +210,7 @@ ReplaceResult replaceFile(const std::string& fileName, const unsigned char* byte
   }
   const FileIdentity oldIdentity = identityOf(replacement.oldStatus);
   replacement.isFlushed = old.isOpen() && oldIdentity == input;
-  Place place;
+  FilePlace place;
   int error = descriptor.isValid() ? ONLY_IN_PLACE : findPlace(fileName, oldIdentity, place);
   if (error == ESTALE) return {Outcome::IN_USE, error};
   if (error == 0) error = replaceByRename(replacement, place, signals);

@@ -35,9 +35,8 @@ std::vector<EbrCommand> SectionTable::findEbrs() const {
   std::erase_if(sections, [&](std::uint64_t section) {
     return getCommand(section).fault != CommandFault::NONE;
   });
+  sections = firstOfEach(bitstream, std::move(sections), identifierBits);
   std::vector<EbrCommand> ebrs;
-  for (const std::uint64_t section : firstOfEach(bitstream, std::move(sections), identifierBits)) {
-    ebrs.push_back(getCommand(section));
-  }
+  for (const std::uint64_t section : sections) ebrs.push_back(getCommand(section));
   return ebrs;
 }
