@@ -75,6 +75,7 @@ ExitStatus putResult(const std::optional<std::string>& fileName, std::string_vie
     return output.finish(ExitStatus::FINE);
   }
   std::vector<ReadFile> files;
+  files.reserve(inputs.size());
   for (const std::string& name : inputs) files.push_back({name, identityOf(name)});
   std::string fault = refuseInput(*fileName, files);
   if (fault.empty()) fault = putFile(*fileName, bytesOf(text), {});

@@ -45,6 +45,7 @@ void warnOfHidden(const std::string& identifier, const EbrCommand& command) {
 
 void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked) {
   std::vector<EbrCommand> commands;
+  commands.reserve(walked.size());
   for (const Lookup& lookup : walked) commands.push_back(lookup.command);
   const std::vector<bool> reached = findReached(bitstream, commands, walked.front().wid.size());
   for (std::size_t ebr = 0; ebr < walked.size(); ++ebr) {

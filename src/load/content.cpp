@@ -179,7 +179,7 @@ std::string readContent(const std::string& argument, const Map& map, const Addre
 
 std::string readSymbolFile(const std::string& file, Content& content) {
   content.format = ContentFormat::ELF;
-  const std::string fault = readBytes(file, content);
+  std::string fault = readBytes(file, content);
   if (!fault.empty()) return fault;
   return readElfSymbols(file, {content.bytes.data(), content.bytes.size()}, content.image);
 }

@@ -155,12 +155,12 @@ class Load {
     images.emplace(map, *addresses);
     for (const Content& content : contents) {
       for (const std::string& note : content.image.notes) messages.note(note);
-      const std::string fault = images->place(content, options.takesAnyByteOrder);
+      std::string fault = images->place(content, options.takesAnyByteOrder);
       if (!fault.empty()) return fault;
     }
     for (const std::string& argument : options.sets) {
       SetValue& set = sets.emplace_back();
-      const std::string fault = readSet(argument, map, *addresses, contents, symbolFiles, set);
+      std::string fault = readSet(argument, map, *addresses, contents, symbolFiles, set);
       if (!fault.empty()) return fault;
       images->set(set.memory, set.offset, set.bytes);
     }

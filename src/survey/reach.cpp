@@ -50,6 +50,7 @@ std::vector<bool> findReached(const Bitstream& bitstream, const std::vector<EbrC
       firstOfEach(bitstream, selectChain(bitstream, findAllSections(bitstream), identifierBits),
                   identifierBits);
   std::vector<bool> reached;
+  reached.reserve(ebrs.size());
   for (const EbrCommand& ebr : ebrs) {
     reached.push_back(std::ranges::binary_search(sections, ebr.opcodeIndex));
   }

@@ -37,6 +37,7 @@ std::vector<EbrCommand> SectionTable::findEbrs() const {
   });
   sections = firstOfEach(bitstream, std::move(sections), identifierBits);
   std::vector<EbrCommand> ebrs;
+  ebrs.reserve(sections.size());
   for (const std::uint64_t section : sections) ebrs.push_back(getCommand(section));
   return ebrs;
 }

@@ -21,6 +21,7 @@ std::vector<Lookup> lookUpOnWalk(const Bitstream& bitstream, const std::vector<s
     lookup.command = command;
   }
   std::vector<Lookup> lookups;
+  lookups.reserve(wids.size());
   for (const std::string& wid : wids) lookups.push_back(wanted.find(wid)->second);
   return lookups;
 }
