@@ -217,7 +217,7 @@ void writeDesign() {
       "version = 1\n"
       "[memory.rom]\nbase = 0x1000\nwords = 8\nwid = ['rom0.wid', 'rom1.wid']\norder = 'little'\n"
       "[memory.ram]\nbase = 0x20000000\nwords = 8\nwid = 'ram.wid'\norder = 'big'\n"
-      "also-at = 0x80000000\nfill = 0xAABBCCDD\n"
+      "also-at = [0x80000000, '0xFFFFFFFFF0001000']\nfill = 0xAABBCCDD\n"
       "[memory.odd]\nwords = 4\nwid = 'odd.wid'\n"
       "[outside.flash]\nbase = 0x30000000\nbytes = 16\n");
   writeFile("fw.elf", elfFile(false, false));
