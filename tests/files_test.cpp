@@ -21,15 +21,4 @@ TEST(Files, AreWrittenReadOrNamed) {
             "ERROR: can't open file no/such\nno/such: No such file or directory\n");
 }
 
-TEST(Files, OfWidthsAreCheckedStepByStep) {
-  int address = 1, data = 2;
-  EXPECT_EQ(outputOf([&] { EXPECT_FALSE(parseAddrDataWidth("aw3 dw4", address, data)); }),
-            "ERROR: bad .wid file, no addr/data width\n");
-  EXPECT_EQ(outputOf([&] { EXPECT_FALSE(parseAddrDataWidth("dw4;aw3", address, data)); }),
-            "ERROR: bad .wid file, malformed addr/data width\n");
-  EXPECT_EQ(std::pair(address, data), std::pair(1, 2));
-  EXPECT_FALSE(checkWidLengths({}));
-  EXPECT_FALSE(checkWidLengths({"01", "01", "1"}));
-}
-
 }  // namespace

@@ -56,6 +56,9 @@ std::string describeBytes(const std::string& expected, const std::string& actual
 
 }  // namespace
 
+const RunFiles SMALLEST_RUN = {packDigits(digits(0xFF, 8) + ebrDigits("000000101", 1, "0")),
+                               "0b000000101\naw1;dw8\n", "5C\nF0\n"};
+
 std::ostream& operator<<(std::ostream& out, Outcome outcome) {
   const char* const NAMES[] = {"FOUND", "NO_SECTION", "RAN_OFF_END"};
   return out << NAMES[static_cast<int>(outcome)];

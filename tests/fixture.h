@@ -21,6 +21,9 @@ struct RunFiles {
   std::string bit, wid, mem;
 };
 
+/// A run that succeeds: a byte, then one EBR of one frame, which gets the bytes 5C and F0.
+extern const RunFiles SMALLEST_RUN;
+
 /// All that a run leaves.
 struct RunResult {
   std::string text;   ///< what it prints, and its exit status as the last line

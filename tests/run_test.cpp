@@ -1,54 +1,15 @@
 // The tool as a user runs it: arguments, files, exact output, exit status.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cstdlib>
 
 #include "fixture.h"
 
 namespace {
 
-const RunFiles SMALLEST = {packDigits(digits(0xFF, 8) + ebrDigits("000000101", 1, "0")),
-                           "0b000000101\naw1;dw8\n", "5C\nF0\n"};
-
 TEST(Run, PrintsWhatItDoes) {
-  const std::string bytes("\xFF\xF6\0\0\0\0\0\x28\0\xB2\xD0\0\1\x1D\3\xC0\0\0\0\0\0\0\7\xFD", 24);
-  EXPECT_EQ(runTool(SMALLEST).bytes, bytes);  // leaves the files for the binary
-  const std::string usage =
-      "Usage: ramgraft <input_file.bit> <file.wid> <file.mem> <output_file.bit>\n1";
-  const std::string loading = "STATUS: loading input files\n";
-  const std::tuple<const char*, std::string> rows[] = {
-      // clang-format off
-      // A warning is no part of what is printed there.
-      {"in.bit ram.wid /dev/null out.bit 2>/dev/null", loading + "STATUS: input files loaded successfully\n"
-       "STATUS: processing bitstream\nSTATUS: Replacing contents of EBR ID# 000000101 (1/1)\n"
-       "STATUS: Successfully wrote out.bit\n0"},
-      {"TEST TEST TEST", usage},
-      {"a b c d e", usage},
-      {"TEST TEST x.mem no.out", loading + "ERROR: Can't open file TEST\nTEST: No such file or directory\n1"},
-      {"TEST test TEST no.out", loading + "ERROR: Can't open file test\ntest: No such file or directory\n1"},
-      {"test TEST TEST no.out", loading + "ERROR: Can't open file TEST\nTEST: No such file or directory\n1"},
-      {"no.bit no.wid no.mem no.out", loading + "ERROR: Can't open file no.wid\nno.wid: No such file or directory\n1"},
-      {"no.bit ram.wid no.mem no.out", loading + "ERROR: Can't open file no.mem\nno.mem: No such file or directory\n1"},
-      {"no.bit ram.wid words.mem no.out", loading + "ERROR: can't open file no.bit\nno.bit: No such file or directory\n1"},
-      {"in.bit words.mem . no.out", loading + "ERROR: can't read file .: Is a directory\n1"},  // a bad .wid, too
-      {". ram.wid words.mem no.out", loading + "ERROR: can't read file .: Is a directory\n1"},
-      {"TEST TEST TEST x", "test_findBits()\ntest_expectBits()\ntest_checkBitsValue()\n"
-       "test_intToBinaryString()\ntest_binaryStringToInt()\ntest_findEbrAddressSection()\n"
-       "test_findEbrDataSection()\ntest_hexStringToBytes()\nERROR: character Z is not hexadecimal!\n"
-       "test_bytesToBits()\ntest_transformLogInitToPhy()\ntest_binaryStringToHex()\n"
-       "TEST RESULT: Unit tests pass!\n0"},
-      // clang-format on
-  };
-  ::setenv("BINARY", RAMGRAFT_BINARY, 1);  // its path may have any characters
-  for (const auto& [arguments, expected] : rows) {
-    const std::string command = std::string("\"$BINARY\" ") + arguments;
-    int status = 0;
-    const std::string text = outputOf([&] { status = std::system(command.c_str()); });
-    EXPECT_EQ(text + std::to_string(WEXITSTATUS(status)), expected) << arguments;
+  runTool(SMALLEST_RUN);  // leaves its files
+  for (const auto& [command, said] : readCases("run_cases.txt")) {
+    EXPECT_EQ(runCommand(command), said) << command;
   }
-  EXPECT_NE(::access("no.out", F_OK), 0);
 }
 
 TEST(Run, WritesTwoEbrsAsTheDocumentsShow) {
@@ -66,7 +27,7 @@ TEST(Run, WritesTwoEbrsAsTheDocumentsShow) {
 // them.
 TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
   const auto change = [](std::size_t at) {
-    return std::string(SMALLEST.bit).replace(at, 1, 1, '\x80');
+    return std::string(SMALLEST_RUN.bit).replace(at, 1, 1, '\x80');
   };
   constexpr auto BIT = &RunFiles::bit, WID = &RunFiles::wid, MEM = &RunFiles::mem;
   const std::tuple<std::string RunFiles::*, std::string, std::string> rows[] = {
@@ -107,12 +68,12 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
       {MEM, "#\n" + std::string(16002, 'A') + "\n12", "ERROR: words.mem, line 2: from here on a physical line has more "
        "than 65536 bits, in all 80017, which is no multiple of 8"},
       {MEM, std::string(13122, 'A'), "STATUS: Successfully wrote out.bit"},  // 65608 bits
-      {BIT, SMALLEST.bit.substr(0, 5), "ERROR: ran off end of bit file looking for wid 000000101"},
-      {BIT, SMALLEST.bit.substr(0, 9),
+      {BIT, SMALLEST_RUN.bit.substr(0, 5), "ERROR: ran off end of bit file looking for wid 000000101"},
+      {BIT, SMALLEST_RUN.bit.substr(0, 9),
        "ERROR: bitstream ends inside the 11 bits behind the EBR identifier, at bit 61"},
       {BIT, change(9), "ERROR: didn't find TAV_EBR_WRITE"},
       {BIT, change(10), "ERROR: didn't find CRC/dummy bits after TAV_EBR_WRITE"},
-      {BIT, SMALLEST.bit.substr(0, 13),
+      {BIT, SMALLEST_RUN.bit.substr(0, 13),
        "ERROR: bitstream ends inside the frame count of TAV_EBR_WRITE, at bit 88"},
       {BIT, change(11), "ERROR: bitstream ends inside the EBR data: frame count 32769, bits needed for payload "
        "and CRC 2359384, bits left 88 at bit 104"},
@@ -121,7 +82,7 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
       // clang-format on
   };
   for (const auto& [file, contents, lines] : rows) {
-    RunFiles files = SMALLEST;
+    RunFiles files = SMALLEST_RUN;
     files.*file = contents;
     EXPECT_EQ(compareRuns(files), "");
     const std::string text = runTool(files).text;
