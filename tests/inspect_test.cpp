@@ -157,6 +157,9 @@ TEST(Inspect, PrintsWhatItFinds) {
   std::ofstream("three.bit") << three("0");
   std::ofstream("changed.bit") << three("011");
   std::ofstream("equal.bit") << packDigits(ebrDigits("0101", 1, "0") + ebrDigits("0110", 1, "0"));
+  std::ofstream("long.bit") << packDigits(ebrDigits("000000101", 820, "01"));
+  // As many EBRs with identifiers of 9 bits as of 12.
+  std::ofstream("tie.bit") << stream << packDigits(ebrDigits("101111111111", 1, "1"));
   for (const auto& [command, said] : readCases("inspect_cases.txt")) {
     EXPECT_EQ(runCommand(command), said) << command;
   }

@@ -21,6 +21,9 @@ TEST(Run, WritesTwoEbrsAsTheDocumentsShow) {
   EXPECT_EQ(runTool(files).bytes, before + header2 +
                                       std::string("\x62\xBC\0\0\0\0\0\0\0\xB2\x30", 11) + header1 +
                                       std::string("\x1D\3\xC0\0\0\0\0\0\0\7\xFD", 11));
+  for (std::size_t size = 0; size < files.bit.size(); ++size) {
+    EXPECT_EQ(compareRuns({files.bit.substr(0, size), files.wid, files.mem}), "") << size;
+  }
 }
 
 // The plain run loads the files as the tool does; this table has the texts, and the files that draw
