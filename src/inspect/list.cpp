@@ -1,7 +1,6 @@
 // `list`: the EBRs that a bitstream contains.
 #include <algorithm>
 #include <array>
-#include <iterator>
 
 #include "companion/json.h"
 #include "inspect/mapped.h"
@@ -9,7 +8,7 @@
 #include "inspect/subcommands.h"
 #include "reports/ebrs.h"
 #include "reports/text.h"
-#include "survey/contents.h"
+#include "survey/listing.h"
 
 namespace {
 
@@ -20,62 +19,6 @@ struct Listing {
   const SectionTable& table;
   const MappedStream& mapped;
 };
-
-// An EBR as the list shows it.
-struct ListedEbr {
-  std::string identifier;
-  EbrCommand command;
-  std::uint64_t used = 0;  // bytes of contents that aren't 0
-  ContentsFacts facts;
-  bool isHidden = false;
-};
-
-// Calls `show` with each command of the walk that has a data section.
-template <typename Show>
-void forEachEbr(const SectionTable& table, const Show& show) {
-  std::vector<unsigned char> contents;
-  for (const std::uint64_t section : table.getWalk()) {
-    ListedEbr ebr;
-    ebr.command = table.getCommand(section);
-    if (ebr.command.fault != CommandFault::NONE) continue;
-    ebr.identifier = table.getIdentifier(ebr.command);
-    ebr.facts =
-        readContents(table.getBitstream(), ebr.command, ebr.command.contentsBytes(), contents);
-    ebr.used = contents.size() -
-               static_cast<std::uint64_t>(std::count(contents.begin(), contents.end(), 0));
-    ebr.isHidden = table.isHidden(ebr.command);
-    show(ebr);
-  }
-}
-
-// What of a command of the walk a bit belongs to that comes after its first.
-std::string_view fieldOf(const EbrCommand& command, std::uint64_t bitIndex) {
-  if (command.fault != CommandFault::NONE || bitIndex < command.payloadIndex) return "header";
-  return bitIndex < command.crcIndex() ? "contents" : "CRC";
-}
-
-// Calls `show` with the identifier, the command and the reason for each command of the walk without
-// a data section, and for each section of the chain that begins inside a command of the walk.
-template <typename Show>
-void forEachOther(const SectionTable& table, const Show& show) {
-  std::vector<std::uint64_t> sections;
-  std::ranges::set_union(table.getWalk(), table.getChain(), std::back_inserter(sections));
-  auto walked = table.getWalk().begin();
-  EbrCommand around;  // the last command of the walk
-  for (const std::uint64_t section : sections) {
-    const EbrCommand command = table.getCommand(section);
-    const std::string identifier = table.getIdentifier(command);
-    if (walked == table.getWalk().end() || *walked != section) {
-      const std::string field(fieldOf(around, section));
-      show(identifier, command, "in the " + field + " of " + table.getIdentifier(around));
-      continue;
-    }
-    around = command;
-    ++walked;
-    if (command.fault == CommandFault::NONE) continue;
-    show(identifier, command, std::string(textOf(command.fault)));
-  }
-}
 
 // ---- As text ----
 
@@ -167,15 +110,14 @@ void printEbrs(const Listing& listing, const TableLayout& layout, StandardOutput
 
 void printOthers(const SectionTable& table, const TableLayout& layout, StandardOutput& output) {
   bool isFirst = true;
-  forEachOther(table, [&](const std::string& identifier, const EbrCommand& command,
-                          const std::string& reason) {
+  forEachOther(table, [&](const OtherSection& other) {
     if (isFirst) {
       output.write("\nCommands without contents, and what ramgraft takes for a command:\n");
       output.write(layout.line("identifier", {"bit", "byte.bit"}, "reason"));
     }
     isFirst = false;
-    output.write(layout.line(
-        identifier, {to_string(command.opcodeIndex), byteAndBit(command.opcodeIndex)}, reason));
+    const std::uint64_t bit = other.command.opcodeIndex;
+    output.write(layout.line(other.identifier, {to_string(bit), byteAndBit(bit)}, reasonOf(other)));
   });
 }
 
@@ -217,10 +159,10 @@ void printJson(const Listing& listing, const std::string& fileName, StandardOutp
   });
   object.endList();
   object.beginList("others");
-  forEachOther(table, [&](const std::string& identifier, const EbrCommand& command,
-                          const std::string& reason) {
-    object.addElement(
-        {{"identifier", identifier}, {"bit", command.opcodeIndex}, {"reason", reason}});
+  forEachOther(table, [&](const OtherSection& other) {
+    object.addElement({{"identifier", other.identifier},
+                       {"bit", other.command.opcodeIndex},
+                       {"reason", reasonOf(other)}});
   });
   object.endList();
   object.end();

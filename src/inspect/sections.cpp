@@ -3,6 +3,7 @@
 #include "companion/status.h"
 #include "console/lines.h"
 #include "ebr/chain.h"
+#include "reports/ebrs.h"
 #include "reports/position.h"
 #include "reports/text.h"
 #include "survey/reach.h"
@@ -36,6 +37,11 @@ std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t
                     std::to_string(found.numEbrs), "); --id-bits N says otherwise");
   }
   return SectionTable(stream.bitstream, allSections, identifierBits);
+}
+
+std::string reasonOf(const OtherSection& other) {
+  if (other.field.empty()) return std::string(textOf(other.command.fault));
+  return "in the " + std::string(other.field) + " of " + other.around;
 }
 
 void warnOfHidden(const std::string& identifier, const EbrCommand& command) {

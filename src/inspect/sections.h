@@ -10,6 +10,7 @@
 #include "companion/opening.h"
 #include "companion/options.h"
 #include "ebr/lookup.h"
+#include "survey/listing.h"
 #include "survey/sections.h"
 
 /// Adds the option --id-bits; the number stays 0 if it isn't given.
@@ -20,6 +21,9 @@ void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits);
 /// stream without EBRs is fine, too.
 std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
                                          bool isNoneFine = false);
+
+/// Why a section is no EBR: "no TAV_EBR_WRITE" or "in the contents of 000000101" and the like.
+std::string reasonOf(const OtherSection& other);
 
 /// Warns that ramgraft's search doesn't arrive at the EBR.
 void warnOfHidden(const std::string& identifier, const EbrCommand& command);
