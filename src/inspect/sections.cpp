@@ -3,10 +3,10 @@
 #include "companion/status.h"
 #include "console/lines.h"
 #include "ebr/chain.h"
+#include "ebr/reach.h"
 #include "reports/ebrs.h"
 #include "reports/position.h"
 #include "reports/text.h"
-#include "survey/reach.h"
 #include "survey/width.h"
 
 namespace {

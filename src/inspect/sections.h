@@ -10,8 +10,8 @@
 #include "companion/opening.h"
 #include "companion/options.h"
 #include "ebr/lookup.h"
+#include "ebr/sectiontable.h"
 #include "survey/listing.h"
-#include "survey/sections.h"
 
 /// Adds the option --id-bits; the number stays 0 if it isn't given.
 void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits);

@@ -3,9 +3,9 @@
 #include "ebr/columns.h"
 #include "ebr/format.h"
 #include "ebr/graft.h"
+#include "ebr/reach.h"
 #include "layout/deal.h"
 #include "reports/ebrs.h"
-#include "survey/reach.h"
 
 namespace {
 

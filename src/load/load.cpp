@@ -11,6 +11,7 @@
 #include "companion/program.h"
 #include "console/lines.h"
 #include "ebr/chain.h"
+#include "ebr/sectiontable.h"
 #include "files/read.h"
 #include "inputs/loading.h"
 #include "load/check.h"
@@ -21,7 +22,6 @@
 #include "load/sets.h"
 #include "reports/inputs.h"
 #include "reports/text.h"
-#include "survey/sections.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "survey/sections.h"
+#include "ebr/sectiontable.h"
 
 /// Bits in which two streams of the same size differ.
 struct BitDifferences {

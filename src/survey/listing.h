@@ -8,8 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "ebr/sectiontable.h"
 #include "survey/contents.h"
-#include "survey/sections.h"
 
 /// A command of the walk that has a data section.
 struct ListedEbr {

@@ -1,6 +1,6 @@
 // Identifiers are sorted, because those chosen to collide in a known hash would make a table of
 // them slow; and compared where they are, because copies would take more room than the stream.
-#include "survey/reach.h"
+#include "ebr/reach.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 // SectionTable: the sections of a bitstream, with identifiers of a given width.
-#ifndef RAMGRAFT_SURVEY_SECTIONS_H
-#define RAMGRAFT_SURVEY_SECTIONS_H
+#ifndef RAMGRAFT_EBR_SECTIONTABLE_H
+#define RAMGRAFT_EBR_SECTIONTABLE_H
 
 #include <cstdint>
 #include <string>

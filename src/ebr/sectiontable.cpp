@@ -1,12 +1,12 @@
-#include "survey/sections.h"
+#include "ebr/sectiontable.h"
 
 #include <algorithm>
 #include <utility>
 
 #include "ebr/chain.h"
+#include "ebr/reach.h"
 #include "ebr/section.h"
 #include "ebr/walk.h"
-#include "survey/reach.h"
 
 SectionTable::SectionTable(const Bitstream& stream, const std::vector<std::uint64_t>& allSections,
                            std::uint64_t bits)

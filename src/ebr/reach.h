@@ -1,6 +1,6 @@
 // At which commands a search arrives.
-#ifndef RAMGRAFT_SURVEY_REACH_H
-#define RAMGRAFT_SURVEY_REACH_H
+#ifndef RAMGRAFT_EBR_REACH_H
+#define RAMGRAFT_EBR_REACH_H
 
 #include <cstdint>
 #include <vector>
