@@ -8,8 +8,12 @@ file of the recipe's folder, <!-- RECIPE: run --> runs it, and <!-- RECIPE: cons
 commands and compares what they print. Each recipe gets a folder with a made-up design; its firmware
 is linked by the machine's own as and ld. What the documents print of it is what a little-endian
 machine of 64 bits makes.
+
+The table after <!-- keys: NAME --> has, as code, all keys of the JSON objects that JSON_RUNS[NAME]
+print, but for those in the table "every".
 """
 
+import json
 import os
 import re
 import subprocess
@@ -74,6 +78,16 @@ SECTIONS {
   /DISCARD/ : { *(.note*) *(.comment) *(.eh_frame*) }
 }
 """
+KEYS = re.compile(r"<!-- keys: ([\w-]+) -->\n\n((?:\|.*\n)+)")
+# Each name's runs print all its keys. "cut.bit" ends inside a command.
+JSON_RUNS = {
+    "list": ["list --json --map design.toml design.bit", "list --json --id-bits 9 cut.bit"],
+    "extract": ["extract --json design.bit ram.wid", "extract --json -o x design.bit ram.wid"],
+    "verify": ["verify --json other.bit rom-0.wid firmware.mem"],
+    "diff": ["diff --json --map design.toml design.bit other.bit",
+             "diff --json --id-bits 9 design.bit cut.bit"],
+    "load": ["--json --check --set ram=00 design.toml design.bit firmware.hex"],
+}
 MAIN = """\
 const unsigned serial_number = 0;
 void _start(void) {}
@@ -191,6 +205,38 @@ def run_recipes(folder, programs):
     return count
 
 
+def keys_in(value):
+    """All keys of the objects in a JSON value."""
+    if isinstance(value, dict):
+        return set(value).union(*map(keys_in, value.values()))
+    return set().union(*map(keys_in, value)) if isinstance(value, list) else set()
+
+
+def check_keys(folder, programs):
+    """The documents list all keys that the programs print, and no other one."""
+    make_design(folder)
+    design = (folder / "design.bit").read_bytes()
+    with (folder / "design.toml").open("a", encoding="ascii") as toml:
+        toml.write("[outside.flash]\nbase = 0x3000_0000\nbytes = 1024\n")
+    (folder / "cut.bit").write_bytes(design[:9000])
+    (folder / "other.bit").write_bytes(b"\x7f" + design[1:3000] + b"\xa5" + design[3001:])
+    documents = "".join((ROOT / "docs" / name).read_text(encoding="utf-8")
+                        for name in ("inspect.md", "load.md"))
+    listed = {name: set(re.findall(r"`([a-z]\w*)(?:\[\])?`", table))
+              for name, table in KEYS.findall(documents)}
+    assert listed.keys() == {"every", *JSON_RUNS}, listed.keys()
+    for name, commands in JSON_RUNS.items():
+        program = "ramgraft-load" if name == "load" else "ramgraft-inspect"
+        printed = set()
+        for command in [*commands, commands[0] + " nothing"]:
+            text = run(["bash", "-c", f"{program} {command} 2>/dev/null"], folder, programs, None)
+            found = keys_in(json.loads(text))
+            assert {"version", "error"} == found or {"version", "warnings"} < found, text
+            printed |= found
+        expected = listed[name] | listed["every"]
+        assert printed == expected, (name, printed ^ expected)
+
+
 def check_loaded(folder, programs, bit_file, content):
     run(["ramgraft-load", "--check", "design.toml", bit_file, content], folder, programs)
 
@@ -223,6 +269,7 @@ def main():
         folder = Path(name)
         make_design(folder / "firmware")
         check_firmware(folder / "firmware", programs)
+        check_keys(folder / "keys", programs)
         count = run_recipes(folder, programs)
         check_make(folder / "load-make", programs)
         check_cmake(folder / "load-cmake", programs)

@@ -2,6 +2,10 @@
 
 namespace {
 
+// Of all objects. Keys may be added to one; a larger number says that a key went or means another
+// thing.
+constexpr int VERSION = 1;
+
 // A value with a blank after each comma and colon. Bytes of a file name that aren't UTF-8 become
 // replacement characters.
 std::string spell(const Json& value) {
@@ -19,6 +23,11 @@ std::string spell(const Json& value) {
 }
 
 }  // namespace
+
+JsonObject::JsonObject(StandardOutput& to) : output(to) {
+  output.write("{");
+  add("version", VERSION);
+}
 
 void JsonObject::separate() {
   if (!isFirst) output.write(", ");
@@ -46,16 +55,13 @@ void JsonObject::endList() {
   isFirst = false;
 }
 
-void JsonObject::end() { output.write("}\n"); }
+void JsonObject::end(const std::vector<std::string>& warnings) {
+  add("warnings", warnings);
+  output.write("}\n");
+}
 
-ExitStatus refuse(const std::string& reason, bool isJson) {
-  if (isJson) {
-    StandardOutput output;
-    JsonObject object(output);
-    object.add("version", 1);
-    object.add("error", reason);
-    object.end();
-    static_cast<void>(output.finish(ExitStatus::FAILED));
-  }
-  return refuse(reason);
+void printFailure(const std::string& reason) {
+  StandardOutput output;
+  output.write(spell({{"version", VERSION}, {"error", reason}}) + "\n");
+  static_cast<void>(output.finish(ExitStatus::FAILED));
 }

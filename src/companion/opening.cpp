@@ -1,15 +1,14 @@
 #include "companion/opening.h"
 
-#include "companion/status.h"
 #include "inputs/loading.h"
 #include "reports/inputs.h"
 
-bool reportFault(const InputFault& fault) {
-  if (fault.kind != InputFault::Kind::NONE) refuse(textOf(fault));
+bool reportFault(const InputFault& fault, const Messages& messages) {
+  if (fault.kind != InputFault::Kind::NONE) messages.refuse(textOf(fault));
   return fault.kind == InputFault::Kind::NONE;
 }
 
-bool openStream(const std::string& fileName, OpenStream& stream) {
+bool openStream(const std::string& fileName, OpenStream& stream, const Messages& messages) {
   stream.name = fileName;
-  return reportFault(loadBitstream(fileName, stream.bitstream, stream.identity));
+  return reportFault(loadBitstream(fileName, stream.bitstream, stream.identity), messages);
 }

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/ramgraftbstream.h"
+#include "companion/messages.h"
 #include "files/descriptor.h"
 #include "inputs/fault.h"
 
@@ -16,9 +17,9 @@ struct OpenStream {
 };
 
 /// Prints what is wrong with an input file. True if nothing is.
-bool reportFault(const InputFault& fault);
+bool reportFault(const InputFault& fault, const Messages& messages);
 
 /// Loads a bitstream file. False if that failed.
-bool openStream(const std::string& fileName, OpenStream& stream);
+bool openStream(const std::string& fileName, OpenStream& stream, const Messages& messages);
 
 #endif

@@ -6,15 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "console/lines.h"
 #include "files/replace.h"
 #include "reports/outputs.h"
-#include "reports/text.h"
-
-ExitStatus refuse(std::string_view reason) {
-  printDiagnostic("ERROR: ", withoutControls(reason));
-  return ExitStatus::FAILED;
-}
 
 void StandardOutput::write(std::string_view text) {
   constexpr std::size_t PIECE = 64 << 10;
@@ -38,7 +31,8 @@ void StandardOutput::flush() {
 ExitStatus StandardOutput::finish(ExitStatus status) {
   if (!pending.empty()) flush();
   if (error == 0) return status;
-  return refuse(std::string("can't write to standard output: ") + std::strerror(error));
+  return Messages(false).refuse(std::string("can't write to standard output: ") +
+                                std::strerror(error));
 }
 
 std::span<const unsigned char> bytesOf(std::string_view text) {
@@ -68,7 +62,7 @@ std::string refuseInput(const std::string& outputFile, const std::vector<ReadFil
 }
 
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
-                     const std::vector<std::string>& inputs) {
+                     const std::vector<std::string>& inputs, const Messages& messages) {
   if (!fileName) {
     StandardOutput output;
     output.write(text);
@@ -79,5 +73,5 @@ ExitStatus putResult(const std::optional<std::string>& fileName, std::string_vie
   for (const std::string& name : inputs) files.push_back({name, identityOf(name)});
   std::string fault = refuseInput(*fileName, files);
   if (fault.empty()) fault = putFile(*fileName, bytesOf(text), {});
-  return fault.empty() ? ExitStatus::FINE : refuse(fault);
+  return fault.empty() ? ExitStatus::FINE : messages.refuse(fault);
 }

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "companion/messages.h"
 #include "companion/status.h"
 #include "files/descriptor.h"
 
@@ -46,8 +47,8 @@ std::string refuseInput(const std::string& outputFile, const std::vector<ReadFil
 
 /// Writes a whole result to the named file, which is replaced as a run replaces its output, or to
 /// standard output. The file may be none of `inputs`, the names of the files that the result was
-/// made from. FINE, or FAILED with a sentence on standard error.
+/// made from. FINE, or FAILED, which is reported.
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
-                     const std::vector<std::string>& inputs);
+                     const std::vector<std::string>& inputs, const Messages& messages);
 
 #endif

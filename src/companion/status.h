@@ -2,15 +2,10 @@
 #ifndef RAMGRAFT_COMPANION_STATUS_H
 #define RAMGRAFT_COMPANION_STATUS_H
 
-#include <string_view>
-
 enum class ExitStatus {
   FINE = 0,    ///< done; of a question: yes
   NO = 1,      ///< a clear "no"
   FAILED = 2,  ///< could not be done: the reason is on standard error
 };
-
-/// Prints the reason as an ERROR line on standard error. Returns FAILED.
-ExitStatus refuse(std::string_view reason);
 
 #endif

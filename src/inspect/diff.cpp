@@ -78,8 +78,9 @@ void addWords(const Streams& streams, JsonObject& object) {
   object.endList();
 }
 
-void printJson(const Streams& streams, const Differences& differences, StandardOutput& output) {
-  JsonObject object(output);
+void addDifferences(const Streams& streams, const Differences& differences, JsonObject& object) {
+  const std::uint64_t identifierBits = streams.old.getIdentifierBits();
+  object.add("identifierBits", identifierBits == 0 ? Json() : Json(identifierBits));
   object.add("same", differences.isNone());
   object.beginList("sections");
   for (const ChangedEbr& ebr : differences.changed) {
@@ -95,20 +96,6 @@ void printJson(const Streams& streams, const Differences& differences, StandardO
   if (streams.mapped.ebrs) addWords(streams, object);
   object.add("outsideBits", differences.outside.count);
   if (differences.outside.count != 0) object.add("firstOutsideBit", differences.outside.first);
-  object.end();
-}
-
-void printSizes(std::uint64_t oldBytes, std::uint64_t newBytes, bool isJson,
-                StandardOutput& output) {
-  if (isJson) {
-    JsonObject object(output);
-    object.add("same", false);
-    object.add("sizes", {oldBytes, newBytes});
-    object.end();
-  } else {
-    output.write("the sizes differ: " + to_string(oldBytes) + " and " + countOf(newBytes, "byte") +
-                 "\n");
-  }
 }
 
 struct Diff {
@@ -125,27 +112,56 @@ struct Diff {
     addFile(app, "NEW.bit", "Another one", newFile);
   }
 
+  JsonObject beginObject(StandardOutput& output) const {
+    JsonObject object(output);
+    object.add("old", oldFile);
+    object.add("new", newFile);
+    return object;
+  }
+
+  void printSizes(std::uint64_t oldBytes, std::uint64_t newBytes, const Messages& messages,
+                  StandardOutput& output) const {
+    if (!isJson) {
+      output.write("the sizes differ: " + to_string(oldBytes) + " and " +
+                   countOf(newBytes, "byte") + "\n");
+      return;
+    }
+    JsonObject object = beginObject(output);
+    object.add("same", false);
+    object.add("sizes", {oldBytes, newBytes});
+    object.end(messages.getWarnings());
+  }
+
   ExitStatus run() const {
+    Messages messages(isJson);
     OpenStream old, changed;
-    if (!openStream(oldFile, old) || !openStream(newFile, changed)) return ExitStatus::FAILED;
+    if (!openStream(oldFile, old, messages) || !openStream(newFile, changed, messages)) {
+      return ExitStatus::FAILED;
+    }
     const std::uint64_t oldBytes = old.bitstream.getNumBytes();
     const std::uint64_t newBytes = changed.bitstream.getNumBytes();
     StandardOutput output;
     if (oldBytes != newBytes) {
       if (old.identity == changed.identity) {
-        return refuse(oldFile + " and " + newFile +
-                      " are the same pipe, which can't be read twice");
+        return messages.refuse(oldFile + " and " + newFile +
+                               " are the same pipe, which can't be read twice");
       }
-      printSizes(oldBytes, newBytes, isJson, output);
+      printSizes(oldBytes, newBytes, messages, output);
       return output.finish(ExitStatus::NO);
     }
     MappedStream mapped;
-    if (mapFile && !openMap(*mapFile, old, mapped)) return ExitStatus::FAILED;
+    if (mapFile && !openMap(*mapFile, old, mapped, messages)) return ExitStatus::FAILED;
     const SectionTable table =
-        *findSections(old, mapFile ? mapped.map.identifierBits : identifierBits, true);
+        *findSections(old, mapFile ? mapped.map.identifierBits : identifierBits, messages, true);
     const Differences differences = compareStreams(table, changed.bitstream);
     const Streams streams = {table, changed.bitstream, mapped};
-    isJson ? printJson(streams, differences, output) : printText(streams, differences, output);
+    if (isJson) {
+      JsonObject object = beginObject(output);
+      addDifferences(streams, differences, object);
+      object.end(messages.getWarnings());
+    } else {
+      printText(streams, differences, output);
+    }
     return output.finish(differences.isNone() ? ExitStatus::FINE : ExitStatus::NO);
   }
 };

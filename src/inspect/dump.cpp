@@ -43,24 +43,25 @@ struct Dump {
   }
 
   ExitStatus run() const {
+    const Messages messages(false);
     OpenStream stream;
     MappedStream mapped;
-    if (!openStream(bitFile, stream) || !openMap(mapFile, stream, mapped)) {
+    if (!openStream(bitFile, stream, messages) || !openMap(mapFile, stream, mapped, messages)) {
       return ExitStatus::FAILED;
     }
     const std::vector<Memory>& memories = mapped.map.memories;
     const auto memory = std::ranges::find(memories, name, &Memory::name);
     if (memory == memories.end()) {
-      return refuse(positionText(mapFile) + "no memory is named " + excerptOf(name));
+      return messages.refuse(positionText(mapFile) + "no memory is named " + excerptOf(name));
     }
     const std::string fault = isWords ? "" : refuseBytes(mapped.map, *memory);
-    if (!fault.empty()) return refuse(fault);
+    if (!fault.empty()) return messages.refuse(fault);
     const std::vector<unsigned char> image = readImage(stream.bitstream, *memory, mapped.placement);
     std::vector<std::string> inputs = {bitFile};
     for (const MapInput& input : mapped.map.inputs) inputs.push_back(input.name);
     return putResult(outputFile,
                      isWords ? spellWords(*memory, image) : std::string(image.begin(), image.end()),
-                     inputs);
+                     inputs, messages);
   }
 };
 

@@ -145,7 +145,8 @@ Json toJson(const ListedEbr& ebr) {
   // GCOVR_EXCL_STOP
 }
 
-void printJson(const Listing& listing, const std::string& fileName, StandardOutput& output) {
+void printJson(const Listing& listing, const std::string& fileName, const Messages& messages,
+               StandardOutput& output) {
   const SectionTable& table = listing.table;
   JsonObject object(output);
   object.add("file", fileName);
@@ -165,7 +166,7 @@ void printJson(const Listing& listing, const std::string& fileName, StandardOutp
                        {"reason", reasonOf(other)}});
   });
   object.endList();
-  object.end();
+  object.end(messages.getWarnings());
 }
 
 struct List {
@@ -182,16 +183,17 @@ struct List {
   }
 
   ExitStatus run() const {
+    Messages messages(isJson);
     OpenStream stream;
-    if (!openStream(bitFile, stream)) return ExitStatus::FAILED;
+    if (!openStream(bitFile, stream, messages)) return ExitStatus::FAILED;
     MappedStream mapped;
-    if (mapFile && !openMap(*mapFile, stream, mapped)) return ExitStatus::FAILED;
+    if (mapFile && !openMap(*mapFile, stream, mapped, messages)) return ExitStatus::FAILED;
     const std::optional<SectionTable> table =
-        findSections(stream, mapFile ? mapped.map.identifierBits : identifierBits);
+        findSections(stream, mapFile ? mapped.map.identifierBits : identifierBits, messages);
     if (!table) return ExitStatus::FAILED;
     const Listing listing = {*table, mapped};
     StandardOutput output;
-    isJson ? printJson(listing, bitFile, output) : printText(listing, output);
+    isJson ? printJson(listing, bitFile, messages, output) : printText(listing, output);
     return output.finish(ExitStatus::FINE);
   }
 };

@@ -39,15 +39,16 @@ std::string faultIn(const EqualLines& lines, const std::string& fileName, std::u
 }
 
 // False if the words can't be used, which is reported. Without a data width a word is a line.
-bool loadWords(const std::string& fileName, KnownWords& known) {
+bool loadWords(const std::string& fileName, KnownWords& known, const Messages& messages) {
   LineReader reader(fileName, MEMORY_COMMENTS);
   EqualLines lines;
-  if (!reportFault(faultOf(reader)) || !reportFault(readEqualLines(reader, known.words, lines))) {
+  if (!reportFault(faultOf(reader), messages) ||
+      !reportFault(readEqualLines(reader, known.words, lines), messages)) {
     return false;
   }
   if (known.dataWidth == 0) known.dataWidth = lines.bits;
   const std::string fault = faultIn(lines, fileName, known.dataWidth);
-  if (!fault.empty()) refuse(fault);
+  if (!fault.empty()) messages.refuse(fault);
   return fault.empty();
 }
 
@@ -119,11 +120,13 @@ struct Locate {
   }
 
   ExitStatus run() const {
+    Messages messages(false);
     KnownWords known;
     known.dataWidth = dataWidth;
     OpenStream stream;
-    if (!loadWords(memFile, known) || !openStream(bitFile, stream)) return ExitStatus::FAILED;
-    const std::optional<SectionTable> table = findSections(stream, identifierBits);
+    if (!loadWords(memFile, known, messages) || !openStream(bitFile, stream, messages))
+      return ExitStatus::FAILED;
+    const std::optional<SectionTable> table = findSections(stream, identifierBits, messages);
     if (!table) return ExitStatus::FAILED;
     const std::vector<EbrCommand> ebrs = table->findEbrs();
     const auto identifiers = [&](std::size_t ebr) { return table->getIdentifier(ebrs[ebr]); };
@@ -137,9 +140,9 @@ struct Locate {
     for (const ColumnMatch& match : fits.unique.front().matches) {
       const EbrCommand& ebr = ebrs[match.ebrs.front()];
       wids[match.columns.front()] = table->getIdentifier(ebr);
-      if (table->isHidden(ebr)) warnOfHidden(table->getIdentifier(ebr), ebr);
+      if (table->isHidden(ebr)) warnOfHidden(table->getIdentifier(ebr), ebr, messages);
     }
-    return putResult(outputFile, spellWidthFile(wids, widths), {bitFile, memFile});
+    return putResult(outputFile, spellWidthFile(wids, widths), {bitFile, memFile}, messages);
   }
 };
 

@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include "companion/status.h"
 #include "layout/deal.h"
 
 void addMap(CLI::App& app, std::optional<std::string>& mapFile) {
@@ -23,11 +22,12 @@ void MappedStream::addTo(Json& object, const MapEbr* ebr) const {
   object["part"] = ebr->part + 1;
 }
 
-bool openMap(const std::string& mapFile, const OpenStream& stream, MappedStream& mapped) {
+bool openMap(const std::string& mapFile, const OpenStream& stream, MappedStream& mapped,
+             const Messages& messages) {
   std::string fault = readMap(mapFile, mapped.map);
   if (fault.empty()) fault = placeMap(mapped.map, stream.name, stream.bitstream, mapped.placement);
   if (!fault.empty()) {
-    refuse(fault);
+    messages.refuse(fault);
     return false;
   }
   mapped.ebrs.emplace(mapped.map);

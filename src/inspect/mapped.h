@@ -31,9 +31,9 @@ struct MappedStream {
   void addTo(Json& object, const MapEbr* ebr) const;
 };
 
-/// Reads the map and finds its EBRs in the stream. False if that failed, with the reason on
-/// standard error.
-bool openMap(const std::string& mapFile, const OpenStream& stream, MappedStream& mapped);
+/// Reads the map and finds its EBRs in the stream. False if that failed, with the reason reported.
+bool openMap(const std::string& mapFile, const OpenStream& stream, MappedStream& mapped,
+             const Messages& messages);
 
 /// A memory's image, as the stream contains it.
 std::vector<unsigned char> readImage(const Bitstream& bitstream, const Memory& memory,

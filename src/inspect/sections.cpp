@@ -1,7 +1,5 @@
 #include "inspect/sections.h"
 
-#include "companion/status.h"
-#include "console/lines.h"
 #include "ebr/chain.h"
 #include "ebr/reach.h"
 #include "reports/ebrs.h"
@@ -21,20 +19,20 @@ void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits) {
 }
 
 std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
-                                         bool isNoneFine) {
+                                         const Messages& messages, bool isNoneFine) {
   const std::vector<std::uint64_t> allSections = findAllSections(stream.bitstream);
   if (identifierBits == 0) {
     const WidthFinding found = findIdentifierBits(stream.bitstream, allSections);
-    if (found.numEbrs == 0 && isNoneFine) return SectionTable(stream.bitstream, {}, 1);
+    if (found.numEbrs == 0 && isNoneFine) return SectionTable(stream.bitstream, {}, 0);
     if (found.numEbrs == 0) {
-      refuse(positionText(stream.name) +
-             "no EBR contents found, whatever the width of the identifiers");
+      messages.refuse(positionText(stream.name) +
+                      "no EBR contents found, whatever the width of the identifiers");
       return std::nullopt;
     }
     identifierBits = found.identifierBits;
-    printDiagnostic("NOTE: ", positionText(stream.name), "taking identifiers of ",
-                    countOf(identifierBits, "bit"), ", which give the most EBRs (",
-                    std::to_string(found.numEbrs), "); --id-bits N says otherwise");
+    messages.note(positionText(stream.name) + "taking identifiers of " +
+                  countOf(identifierBits, "bit") + ", which give the most EBRs (" +
+                  std::to_string(found.numEbrs) + "); --id-bits N says otherwise");
   }
   return SectionTable(stream.bitstream, allSections, identifierBits);
 }
@@ -44,17 +42,19 @@ std::string reasonOf(const OtherSection& other) {
   return "in the " + std::string(other.field) + " of " + other.around;
 }
 
-void warnOfHidden(const std::string& identifier, const EbrCommand& command) {
-  printWarning("EBR ", excerptOf(identifier), " at bit ", std::to_string(command.opcodeIndex),
-               " is hidden from ramgraft: its search doesn't arrive there");
+void warnOfHidden(const std::string& identifier, const EbrCommand& command, Messages& messages) {
+  messages.warn("EBR " + excerptOf(identifier) + " at bit " + std::to_string(command.opcodeIndex) +
+                " is hidden from ramgraft: its search doesn't arrive there");
 }
 
-void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked) {
+void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked,
+                  Messages& messages) {
   std::vector<EbrCommand> commands;
   commands.reserve(walked.size());
   for (const Lookup& lookup : walked) commands.push_back(lookup.command);
   const std::vector<bool> reached = findReached(bitstream, commands, walked.front().wid.size());
   for (std::size_t ebr = 0; ebr < walked.size(); ++ebr) {
-    if (walked[ebr].isUsable() && !reached[ebr]) warnOfHidden(walked[ebr].wid, commands[ebr]);
+    if (walked[ebr].isUsable() && !reached[ebr])
+      warnOfHidden(walked[ebr].wid, commands[ebr], messages);
   }
 }

@@ -16,18 +16,19 @@
 /// Adds the option --id-bits; the number stays 0 if it isn't given.
 void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits);
 
-/// The sections of the stream. If `identifierBits` is 0 the width is found, and noted on standard
-/// error. Nothing, with the reason on standard error, if no width gives an EBR. With `isNoneFine` a
-/// stream without EBRs is fine, too.
+/// The sections of the stream. If `identifierBits` is 0 the width is found, and noted. Nothing,
+/// with the reason reported, if no width gives an EBR. With `isNoneFine` a stream without EBRs is
+/// fine, too; its table then has identifiers of 0 bits.
 std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
-                                         bool isNoneFine = false);
+                                         const Messages& messages, bool isNoneFine = false);
 
 /// Why a section is no EBR: "no TAV_EBR_WRITE" or "in the contents of 000000101" and the like.
 std::string reasonOf(const OtherSection& other);
 
 /// Warns that ramgraft's search doesn't arrive at the EBR.
-void warnOfHidden(const std::string& identifier, const EbrCommand& command);
+void warnOfHidden(const std::string& identifier, const EbrCommand& command, Messages& messages);
 /// The same for each usable one of `walked`, which lookUpOnWalk() gives, if that is so.
-void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked);
+void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked,
+                  Messages& messages);
 
 #endif

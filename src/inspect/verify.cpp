@@ -6,7 +6,6 @@
 #include "companion/json.h"
 #include "companion/opening.h"
 #include "companion/options.h"
-#include "console/lines.h"
 #include "inspect/sections.h"
 #include "inspect/subcommands.h"
 #include "reports/ebrs.h"
@@ -86,13 +85,13 @@ std::string remarksOn(const EbrFinding& finding) {
 }
 
 // Where the payload is shorter than the words, a run would leave words out.
-void printWarnings(const Verification& result, const MemoryInputs& inputs) {
+void printWarnings(const Verification& result, const MemoryInputs& inputs, Messages& messages) {
   for (const EbrFinding& finding : result.comparison.findings) {
     const std::uint64_t givenWords = (inputs.words->getColumnBits(finding.ebr) + 7) / 8;
     if (givenWords <= finding.writtenWords) continue;
-    printWarning("EBR ", excerptOf(inputs.wids[finding.ebr]), ": the memory file gives ",
-                 countOf(givenWords, "byte"), ", the EBR takes ", to_string(finding.writtenWords),
-                 ": the rest isn't compared");
+    messages.warn("EBR " + excerptOf(inputs.wids[finding.ebr]) + ": the memory file gives " +
+                  countOf(givenWords, "byte") + ", the EBR takes " +
+                  to_string(finding.writtenWords) + ": the rest isn't compared");
   }
 }
 
@@ -126,9 +125,14 @@ void printText(const Verification& result, const MemoryInputs& inputs, StandardO
                countOf(expected.getNumEbrs(), "EBR").append(differFor(different)) + "\n");
 }
 
-void printJson(const Verification& result, const MemoryInputs& inputs, StandardOutput& output) {
+void printJson(const Verification& result, const MemoryInputs& inputs, const InputNames& names,
+               const Messages& messages, StandardOutput& output) {
   const MemoryWords& expected = *inputs.words;
   JsonObject object(output);
+  object.add("file", names.bit);
+  object.add("wid", names.wid);
+  object.add("mem", names.mem);
+  object.add("identifierBits", inputs.wids.front().size());
   object.add("same", result.isSame);
   object.add("words", countWords(expected));
   object.beginList("different");
@@ -148,7 +152,7 @@ void printJson(const Verification& result, const MemoryInputs& inputs, StandardO
     // GCOVR_EXCL_STOP
   });
   object.endList();
-  object.end();
+  object.end(messages.getWarnings());
 }
 
 struct Verify {
@@ -163,19 +167,22 @@ struct Verify {
   }
 
   ExitStatus run() const {
+    Messages messages(isJson);
+    const InputNames names = {bitFile, widFile, memFile};
     MemoryInputs inputs;
     OpenStream stream;
-    if (!reportFault(loadMemoryInputs({bitFile, widFile, memFile}, inputs)) ||
-        !openStream(bitFile, stream)) {
+    if (!reportFault(loadMemoryInputs(names, inputs), messages) ||
+        !openStream(bitFile, stream, messages)) {
       return ExitStatus::FAILED;
     }
     const std::vector<Lookup> walked = lookUpOnWalk(stream.bitstream, inputs.wids);
-    warnOfHidden(stream.bitstream, walked);
+    warnOfHidden(stream.bitstream, walked, messages);
     const Verification result = verify(inputs, stream.bitstream);
-    if (result.failed) return refuse(textOf(*result.failed) + remarkOn(*result.failed, walked));
-    printWarnings(result, inputs);
+    if (result.failed)
+      return messages.refuse(textOf(*result.failed) + remarkOn(*result.failed, walked));
+    printWarnings(result, inputs, messages);
     StandardOutput output;
-    isJson ? printJson(result, inputs, output) : printText(result, inputs, output);
+    isJson ? printJson(result, inputs, names, messages, output) : printText(result, inputs, output);
     return output.finish(result.isSame ? ExitStatus::FINE : ExitStatus::NO);
   }
 };

@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <vector>
 
+#include "companion/messages.h"
 #include "layout/placement.h"
 #include "load/images.h"
-#include "load/messages.h"
 
 /// What grafting changed in one memory.
 struct GraftChanges {

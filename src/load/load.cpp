@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-#include "companion/json.h"
+#include "companion/messages.h"
 #include "companion/output.h"
 #include "companion/program.h"
 #include "console/lines.h"
@@ -16,7 +16,6 @@
 #include "inputs/loading.h"
 #include "load/check.h"
 #include "load/depfile.h"
-#include "load/messages.h"
 #include "load/options.h"
 #include "load/report.h"
 #include "load/sets.h"
@@ -34,8 +33,18 @@ void printReport(const std::string& lines) {
 // was done.
 class Load {
  public:
-  explicit Load(const LoadOptions& given) : options(given), messages(given.isQuiet) {}
+  explicit Load(const LoadOptions& given)
+      : options(given), messages(given.isJson, given.isQuiet ? Detail::QUIET : Detail::USUAL) {}
 
+  ExitStatus run() {
+    std::string fault = options.contradiction();
+    if (!fault.empty()) fault += "; ramgraft-load --help explains";
+    if (fault.empty()) fault = prepare();
+    if (fault.empty()) fault = write();
+    return fault.empty() ? report() : messages.refuse(fault);
+  }
+
+ private:
   // Does everything in memory. Nothing is written before that succeeds.
   std::string prepare() {
     std::string fault = readInputs();
@@ -77,7 +86,6 @@ class Load {
     return output.finish(isNo ? ExitStatus::NO : ExitStatus::FINE);
   }
 
- private:
   // Contents can spell an address. That matters to ramgraft alone, which searches them, too. Takes
   // a search through the whole stream.
   void noteHidden() const {
@@ -201,14 +209,7 @@ class Load {
 
 // The program's only command.
 struct LoadCommand : LoadOptions {
-  ExitStatus run() const {
-    std::string fault = contradiction();
-    if (!fault.empty()) return refuse(fault + "; ramgraft-load --help explains", isJson);
-    Load load(*this);
-    fault = load.prepare();
-    if (fault.empty()) fault = load.write();
-    return fault.empty() ? load.report() : refuse(fault, isJson);
-  }
+  ExitStatus run() const { return Load(*this).run(); }
 };
 
 }  // namespace

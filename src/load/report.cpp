@@ -261,7 +261,6 @@ std::string spellReport(const Report& report) {
 void writeReport(const Report& report, StandardOutput& output) {
   const Shares shares(report);
   JsonObject object(output);
-  object.add("version", 1);
   object.beginList("memories");
   for (std::size_t i = 0; i < report.map.memories.size(); ++i) {
     object.addElement(toJson(report, shares.memories[i], i));
@@ -292,6 +291,5 @@ void writeReport(const Report& report, StandardOutput& output) {
   }
   object.endList();
   if (report.differences != nullptr) writeDifferences(report, object);
-  object.add("warnings", report.warnings);
-  object.end();
+  object.end(report.warnings);
 }
