@@ -79,7 +79,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   Bitstream bitstream(0);
   pushDigits(bitstream, stream);
   Placement placement;
-  if (!placeMap(map, "in.bit", bitstream, placement).empty()) return 0;
+  if (!placeMap(map, "in.bit", bitstream, false, placement).empty()) return 0;
   for (const EbrCommand& command : placement.ebrs) require(command.fault == CommandFault::NONE);
   return 0;
 }

@@ -24,6 +24,7 @@ class DesignMaker {
       stream.resize((stream.size() + 7) / 8 * 8 + (identifierBits == 9 ? 0 : 8), '1');
     }
     design.stream = packDigits(stream);
+    design.identifierBits = identifierBits;
     writeFile("in.bit", design.stream);
     writeFile("design.toml", map);
     return std::move(design);

@@ -40,6 +40,7 @@ struct MemoryDesign {
 /// A bitstream and the memories in it.
 struct Design {
   std::string stream;  ///< of in.bit
+  unsigned identifierBits = 0;
   std::vector<MemoryDesign> memories;
 };
 

@@ -148,7 +148,7 @@ TEST(Placement, RefusesWithOneSentence) {
     Bitstream bitstream(0);
     pushDigits(bitstream, bits);
     Placement placement;
-    return placeMap(map, "in.bit", bitstream, placement);
+    return placeMap(map, "in.bit", bitstream, false, placement);
   };
   EXPECT_EQ(place("", stream), "");
   EXPECT_EQ(place("words = 8", stream),

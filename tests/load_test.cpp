@@ -4,10 +4,17 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <iomanip>
+#include <sstream>
 
 #include "design.h"
+#include "ebr/walk.h"
 #include "firmwarefiles.h"
 #include "inspected.h"
+#include "layout/fingerprint.h"
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
 
 namespace {
 
@@ -140,6 +147,49 @@ std::string runTask(const Task& task, const std::string& input, unsigned& numNot
   return said.back() == '0' ? contentsOf("loaded.bit") : said;
 }
 
+// The fingerprint as it is defined, the plain way.
+std::string plainFingerprint(const std::string& stream, std::uint64_t identifierBits) {
+  Bitstream bitstream(0);
+  pushDigits(bitstream, unpackBytes(stream));
+  std::string bits = unpackBytes(stream);
+  const std::vector<EbrCommand> walk = walkCommands(bitstream, identifierBits);
+  for (const EbrCommand& command : walk) {
+    const std::size_t size = command.payloadBits() + CRC_BITS;
+    if (command.fault == CommandFault::NONE) {
+      bits.replace(command.payloadIndex, size, size, '0');
+    }
+  }
+  bits = packDigits(bits);
+  std::ostringstream text;
+  text << "xxh3:" << std::hex << std::setw(16) << std::setfill('0')
+       << XXH3_64bits(bits.data(), bits.size());
+  return fingerprintOf(bitstream, walk) == text.str() ? text.str() : "not as defined";
+}
+
+// How the fingerprint breaks its promise; empty if it keeps it.
+std::string brokenFingerprint(std::mt19937_64& random, const std::string& before, std::string after,
+                              std::uint64_t identifierBits) {
+  const std::string fingerprint = plainFingerprint(before, identifierBits);
+  if (plainFingerprint(after, identifierBits) != fingerprint) return "changed by a load";
+  std::string outside = unpackBytes(after);
+  Bitstream bitstream(0);
+  pushDigits(bitstream, outside);
+  for (const EbrCommand& command : walkCommands(bitstream, identifierBits)) {
+    const std::size_t size = command.payloadBits() + CRC_BITS;
+    outside.replace(command.payloadIndex, size, size, 'x');
+  }
+  for (int i = 0; i < 20; ++i) {
+    const std::size_t bit = random() % outside.size();
+    if (outside[bit] == 'x') continue;
+    std::string turned = after;
+    turned[bit / 8] = static_cast<char>(turned[bit / 8] ^ 0x80 >> bit % 8);
+    if (plainFingerprint(turned, identifierBits) == fingerprint) {
+      return "not changed by bit " + std::to_string(bit);
+    }
+  }
+  return "";
+}
+
 std::string checkTask(const Task& task, const std::string& stream) {
   writeFile("task.bit", stream);
   std::vector<std::string> arguments = {"--check", "design.toml", "task.bit"};
@@ -185,6 +235,7 @@ TEST(Load, LeavesWhatAChainOfRunsLeaves) {
         ++numSpelled;
       }
       ASSERT_EQ(checkTask(task, output).back(), '0') << i;
+      ASSERT_EQ(brokenFingerprint(random, input, output, design.identifierBits), "") << i;
       checkDumps(design, task.touched);
       ASSERT_EQ(checkTask(task, damage(random, design, task.touched, output)).back(), '1') << i;
       input = output;

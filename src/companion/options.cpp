@@ -23,6 +23,11 @@ void addJson(CLI::App& app, bool& isJson) {
   app.add_flag("--json", isJson, "Print one JSON object")->disable_flag_override();
 }
 
+void addAnyDesign(CLI::App& app, bool& takesAnyDesign) {
+  app.add_flag("--any-design", takesAnyDesign, "Take a bitstream of another design than the map's")
+      ->disable_flag_override();
+}
+
 void addOutput(CLI::App& app, const std::string& type, std::optional<std::string>& file) {
   app.add_option("-o", file, "Write to this file, not to standard output")
       ->type_name(type)

@@ -23,6 +23,9 @@ void addFile(CLI::App& app, const std::string& name, const std::string& help, st
 /// The flag --json.
 void addJson(CLI::App& app, bool& isJson);
 
+/// The flag --any-design.
+void addAnyDesign(CLI::App& app, bool& takesAnyDesign);
+
 /// The option -o: the file, of the kind `type`, to which the result goes.
 void addOutput(CLI::App& app, const std::string& type, std::optional<std::string>& file);
 

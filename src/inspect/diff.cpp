@@ -103,10 +103,11 @@ struct Diff {
   std::optional<std::string> mapFile;
   std::uint64_t identifierBits = 0;
   bool isJson = false;
+  bool takesAnyDesign = false;
 
   void addTo(CLI::App& app) {
     addIdentifierBits(app, identifierBits);
-    addMap(app, mapFile);
+    addMap(app, mapFile, takesAnyDesign);
     addJson(app, isJson);
     addFile(app, "OLD.bit", "A bitstream", oldFile);
     addFile(app, "NEW.bit", "Another one", newFile);
@@ -150,7 +151,13 @@ struct Diff {
       return output.finish(ExitStatus::NO);
     }
     MappedStream mapped;
-    if (mapFile && !openMap(*mapFile, old, mapped, messages)) return ExitStatus::FAILED;
+    if (mapFile && !openMap(*mapFile, old, takesAnyDesign, mapped, messages)) {
+      return ExitStatus::FAILED;
+    }
+    if (mapFile && !takesAnyDesign) {
+      const std::string fault = refuseDesign(mapped.map, newFile, changed.bitstream);
+      if (!fault.empty()) return messages.refuse(fault);
+    }
     const SectionTable table =
         *findSections(old, mapFile ? mapped.map.identifierBits : identifierBits, messages, true);
     const Differences differences = compareStreams(table, changed.bitstream);

@@ -32,10 +32,12 @@ struct Dump {
   std::string mapFile, bitFile, name;
   std::optional<std::string> outputFile;
   bool isWords = false;
+  bool takesAnyDesign = false;
 
   void addTo(CLI::App& app) {
     app.add_flag("--words", isWords, "Print hexadecimal words, one a line")
         ->disable_flag_override();
+    addAnyDesign(app, takesAnyDesign);
     addOutput(app, "FILE", outputFile);
     addFile(app, "MAP.toml", "The map of the memories", mapFile);
     addFile(app, "FILE.bit", "The bitstream", bitFile);
@@ -46,7 +48,8 @@ struct Dump {
     const Messages messages(false);
     OpenStream stream;
     MappedStream mapped;
-    if (!openStream(bitFile, stream, messages) || !openMap(mapFile, stream, mapped, messages)) {
+    if (!openStream(bitFile, stream, messages) ||
+        !openMap(mapFile, stream, takesAnyDesign, mapped, messages)) {
       return ExitStatus::FAILED;
     }
     const std::vector<Memory>& memories = mapped.map.memories;

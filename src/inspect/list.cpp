@@ -6,6 +6,7 @@
 #include "inspect/mapped.h"
 #include "inspect/sections.h"
 #include "inspect/subcommands.h"
+#include "layout/fingerprint.h"
 #include "reports/ebrs.h"
 #include "reports/text.h"
 #include "survey/listing.h"
@@ -19,6 +20,12 @@ struct Listing {
   const SectionTable& table;
   const MappedStream& mapped;
 };
+
+std::string fingerprintOf(const SectionTable& table) {
+  std::vector<EbrCommand> walk;
+  for (const std::uint64_t section : table.getWalk()) walk.push_back(table.getCommand(section));
+  return fingerprintOf(table.getBitstream(), walk);
+}
 
 // ---- As text ----
 
@@ -106,6 +113,7 @@ void printEbrs(const Listing& listing, const TableLayout& layout, StandardOutput
       countOf(totals.ebrs, "EBR"),
       {"", "", to_string(totals.frames), to_string(totals.bytes), to_string(totals.used)},
       totals.summary()));
+  output.write("design " + fingerprintOf(listing.table) + "\n");
 }
 
 void printOthers(const SectionTable& table, const TableLayout& layout, StandardOutput& output) {
@@ -152,6 +160,7 @@ void printJson(const Listing& listing, const std::string& fileName, const Messag
   object.add("file", fileName);
   object.add("bytes", table.getBitstream().getNumBytes());
   object.add("identifierBits", table.getIdentifierBits());
+  object.add("design", fingerprintOf(table));
   object.beginList("sections");
   forEachEbr(table, [&](const ListedEbr& ebr) {
     Json element = toJson(ebr);
@@ -174,10 +183,11 @@ struct List {
   std::optional<std::string> mapFile;
   std::uint64_t identifierBits = 0;
   bool isJson = false;
+  bool takesAnyDesign = false;
 
   void addTo(CLI::App& app) {
     addIdentifierBits(app, identifierBits);
-    addMap(app, mapFile);
+    addMap(app, mapFile, takesAnyDesign);
     addJson(app, isJson);
     addFile(app, "FILE.bit", "The bitstream", bitFile);
   }
@@ -187,7 +197,9 @@ struct List {
     OpenStream stream;
     if (!openStream(bitFile, stream, messages)) return ExitStatus::FAILED;
     MappedStream mapped;
-    if (mapFile && !openMap(*mapFile, stream, mapped, messages)) return ExitStatus::FAILED;
+    if (mapFile && !openMap(*mapFile, stream, takesAnyDesign, mapped, messages)) {
+      return ExitStatus::FAILED;
+    }
     const std::optional<SectionTable> table =
         findSections(stream, mapFile ? mapped.map.identifierBits : identifierBits, messages);
     if (!table) return ExitStatus::FAILED;

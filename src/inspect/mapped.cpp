@@ -4,11 +4,13 @@
 
 #include "layout/deal.h"
 
-void addMap(CLI::App& app, std::optional<std::string>& mapFile) {
+void addMap(CLI::App& app, std::optional<std::string>& mapFile, bool& takesAnyDesign) {
   app.add_option("--map", mapFile, "Name the memory and part of each EBR, as this map has them")
       ->type_name("MAP.toml")
       ->take_last()
       ->excludes("--id-bits");
+  addAnyDesign(app, takesAnyDesign);
+  app.get_option("--any-design")->needs("--map");
 }
 
 std::string MappedStream::nameOf(const MapEbr* ebr) const {
@@ -22,10 +24,12 @@ void MappedStream::addTo(Json& object, const MapEbr* ebr) const {
   object["part"] = ebr->part + 1;
 }
 
-bool openMap(const std::string& mapFile, const OpenStream& stream, MappedStream& mapped,
-             const Messages& messages) {
+bool openMap(const std::string& mapFile, const OpenStream& stream, bool takesAnyDesign,
+             MappedStream& mapped, const Messages& messages) {
   std::string fault = readMap(mapFile, mapped.map);
-  if (fault.empty()) fault = placeMap(mapped.map, stream.name, stream.bitstream, mapped.placement);
+  if (fault.empty()) {
+    fault = placeMap(mapped.map, stream.name, stream.bitstream, takesAnyDesign, mapped.placement);
+  }
   if (!fault.empty()) {
     messages.refuse(fault);
     return false;

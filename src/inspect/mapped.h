@@ -12,8 +12,9 @@
 #include "layout/ebrtable.h"
 #include "layout/placement.h"
 
-/// Adds the option --map, which excludes --id-bits: the map has the width of its identifiers.
-void addMap(CLI::App& app, std::optional<std::string>& mapFile);
+/// Adds the option --map, which excludes --id-bits, because the map has the width of its
+/// identifiers, and the flag --any-design, which goes with it.
+void addMap(CLI::App& app, std::optional<std::string>& mapFile, bool& takesAnyDesign);
 
 /// A map, and where its EBRs are. Must stay where it is. Without a map it has no EBRs.
 struct MappedStream {
@@ -31,9 +32,10 @@ struct MappedStream {
   void addTo(Json& object, const MapEbr* ebr) const;
 };
 
-/// Reads the map and finds its EBRs in the stream. False if that failed, with the reason reported.
-bool openMap(const std::string& mapFile, const OpenStream& stream, MappedStream& mapped,
-             const Messages& messages);
+/// Reads the map and finds its EBRs in the stream, which unless `takesAnyDesign` must be of the
+/// map's design. False if that failed, with the reason reported.
+bool openMap(const std::string& mapFile, const OpenStream& stream, bool takesAnyDesign,
+             MappedStream& mapped, const Messages& messages);
 
 /// A memory's image, as the stream contains it.
 std::vector<unsigned char> readImage(const Bitstream& bitstream, const Memory& memory,

@@ -214,6 +214,7 @@ std::string readMap(const std::string& fileName, Map& map) {
   MapFile mapFile;
   if (std::string fault = readMapFile(fileName, mapFile); !fault.empty()) return fault;
   map.inputs.push_back({fileName, mapFile.identity});
+  map.design = mapFile.design;
   MapBuilder builder(map);
   for (const MemoryTable& table : mapFile.memories) {
     if (std::string fault = builder.addMemory(table); !fault.empty()) return fault;

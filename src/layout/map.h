@@ -11,6 +11,13 @@
 
 #include "files/descriptor.h"
 
+/// A value and the line of the map on which it is.
+template <typename T>
+struct Located {
+  T value{};
+  std::uint64_t line = 0;  ///< from 1; 0 if the map doesn't have the value
+};
+
 /// The EBRs of one width file. Together they hold some adjacent bits of each word of a part.
 struct Lane {
   std::string widFile;            ///< as opened
@@ -71,6 +78,7 @@ struct MapInput {
 
 struct Map {
   std::string file;
+  Located<std::string> design;        ///< the fingerprint of the design
   std::vector<Memory> memories;       ///< in the map's order; at least one
   std::vector<OutsideRange> outside;  ///< in the map's order
   std::uint64_t identifierBits = 0;   ///< of every wid

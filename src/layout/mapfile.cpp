@@ -9,6 +9,7 @@
 #include <span>
 #include <utility>
 
+#include "layout/fingerprint.h"
 #include "layout/maptext.h"
 #include "layout/number.h"
 #include "reports/position.h"
@@ -262,6 +263,16 @@ std::string readVersion(const Value& value, MapFile&) {
   return version == 1 ? "" : value.refuse("must be 1, the only one that is known");
 }
 
+std::string readDesign(const Value& value, MapFile& map) {
+  const auto* const text = value.node.as_string();
+  if (text == nullptr || !isFingerprint(text->get())) {
+    return value.refuse(
+        "must be a string of xxh3: and 16 digits, as ramgraft-inspect list prints it");
+  }
+  map.design = {text->get(), value.line()};
+  return "";
+}
+
 std::string readMemories(const Value& value, MapFile& map) {
   std::string fault = readNamed<MemoryTable>(value, MEMORY_KEYS, map.memories);
   if (fault.empty() && map.memories.empty()) return value.refuse("has no memories");
@@ -272,9 +283,10 @@ std::string readOutside(const Value& value, MapFile& map) {
   return readNamed<OutsideRange>(value, OUTSIDE_KEYS, map.outside);
 }
 
-constexpr std::array<Key<MapFile>, 3> MAP_KEYS = {{{"version", true, readVersion},
+constexpr std::array<Key<MapFile>, 4> MAP_KEYS = {{{"version", true, readVersion},
                                                    {"memory", true, readMemories},
-                                                   {"outside", false, readOutside}}};
+                                                   {"outside", false, readOutside},
+                                                   {"design", false, readDesign}}};
 
 // ---- The file ----
 

@@ -9,13 +9,6 @@
 
 #include "layout/map.h"
 
-/// A value and the line of the map on which it is.
-template <typename T>
-struct Located {
-  T value{};
-  std::uint64_t line = 0;  ///< from 1; 0 if the map doesn't have the value
-};
-
 /// A width file's name, as the map has it.
 using WidName = Located<std::string>;
 
@@ -33,6 +26,7 @@ struct MemoryTable {
 
 /// The tables of a map, in its order.
 struct MapFile {
+  Located<std::string> design;  ///< a fingerprint
   std::vector<MemoryTable> memories;
   std::vector<OutsideRange> outside;
   FileIdentity identity;  ///< of the map

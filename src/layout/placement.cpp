@@ -6,6 +6,7 @@
 #include "ebr/section.h"
 #include "ebr/walk.h"
 #include "layout/ebrtable.h"
+#include "layout/fingerprint.h"
 #include "reports/ebrs.h"
 #include "reports/position.h"
 #include "reports/text.h"
@@ -19,15 +20,26 @@ std::uint64_t wordsHeld(const EbrCommand& command, const Lane& lane) {
   return writableWords(command.frameCount, 0) * 8 / lane.bitsPerEbr;
 }
 
+std::string refuseWalk(const Map& map, const std::string& bitFile, const Bitstream& bitstream,
+                       std::span<const EbrCommand> walk) {
+  if (map.design.line == 0) return "";
+  const std::string found = fingerprintOf(bitstream, walk);
+  if (found == map.design.value) return "";
+  return positionText(map.file, map.design.line) + "the map is for the design " + map.design.value +
+         ", " + bitFile + " has " + found +
+         "; make the map anew with ramgraft-inspect locate --update, or take it as it is with "
+         "--any-design";
+}
+
 class Placer {
  public:
   Placer(const Map& itsMap, const std::string& fileName, const Bitstream& stream, Placement& result)
       : map(itsMap), bitFile(fileName), bitstream(stream), table(itsMap), placement(result) {}
 
-  std::string place() {
+  std::string place(std::span<const EbrCommand> walk) {
     placement.ebrs.resize(table.size());
     isPlaced.resize(table.size());
-    for (const EbrCommand& command : walkCommands(bitstream, map.identifierBits)) {
+    for (const EbrCommand& command : walk) {
       if (std::string fault = take(command); !fault.empty()) return fault;
     }
     for (const Memory& memory : map.memories) {
@@ -99,7 +111,13 @@ class Placer {
 
 }  // namespace
 
+std::string refuseDesign(const Map& map, const std::string& bitFile, const Bitstream& bitstream) {
+  return refuseWalk(map, bitFile, bitstream, walkCommands(bitstream, map.identifierBits));
+}
+
 std::string placeMap(const Map& map, const std::string& bitFile, const Bitstream& bitstream,
-                     Placement& placement) {
-  return Placer(map, bitFile, bitstream, placement).place();
+                     bool takesAnyDesign, Placement& placement) {
+  const std::vector<EbrCommand> walk = walkCommands(bitstream, map.identifierBits);
+  std::string fault = takesAnyDesign ? "" : refuseWalk(map, bitFile, bitstream, walk);
+  return fault.empty() ? Placer(map, bitFile, bitstream, placement).place(walk) : fault;
 }

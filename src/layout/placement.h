@@ -20,11 +20,15 @@ struct Placement {
   }
 };
 
+/// The sentence that refuses a bitstream, read from `bitFile`, of another design than the map's.
+/// Empty if it is of that design, or if the map doesn't say of which.
+std::string refuseDesign(const Map& map, const std::string& bitFile, const Bitstream& bitstream);
+
 /// Finds a map's EBRs among the commands of the walk through `bitstream`, which was read from
-/// `bitFile`. Returns the sentence that says what is wrong and where, empty if nothing is: every
-/// EBR is then there once, and every part's words fit its EBRs, so that the images are no longer
-/// than the bitstream.
+/// `bitFile`; unless `takesAnyDesign`, its design must be the map's. Returns the sentence that says
+/// what is wrong and where, empty if nothing is: every EBR is then there once, and every part's
+/// words fit its EBRs, so that the images are no longer than the bitstream.
 std::string placeMap(const Map& map, const std::string& bitFile, const Bitstream& bitstream,
-                     Placement& placement);
+                     bool takesAnyDesign, Placement& placement);
 
 #endif

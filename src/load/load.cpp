@@ -134,7 +134,7 @@ class Load {
     if (std::string fault = refuseUsedPipe(options.bitFile); !fault.empty()) return fault;
     const InputFault fault = loadBitstream(options.bitFile, bitstream, bitIdentity);
     if (fault.kind != InputFault::Kind::NONE) return textOf(fault);
-    return placeMap(map, options.bitFile, bitstream, placement);
+    return placeMap(map, options.bitFile, bitstream, options.takesAnyDesign, placement);
   }
 
   // All files that are read, but the bitstream.

@@ -29,6 +29,7 @@ void LoadOptions::addTo(CLI::App& app) {
   addFlag(app, "--keep", "Leave alone what no content has", keepsRest);
   addFlag(app, "--any-byte-order", "Take an ELF file of another byte order than the memory's",
           takesAnyByteOrder);
+  addAnyDesign(app, takesAnyDesign);
   addFlag(app, "--if-changed", "Leave an output alone that is right already", isIfChanged);
   app.add_option("--depfile", depFile, "Write what the output depends on, for make")
       ->type_name("FILE")

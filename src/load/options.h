@@ -21,6 +21,7 @@ struct LoadOptions {
   bool isCheck = false;
   bool keepsRest = false;  ///< what no content has stays as it is
   bool takesAnyByteOrder = false;
+  bool takesAnyDesign = false;
   bool isIfChanged = false;
   bool isQuiet = false;
   bool isJson = false;
