@@ -7,7 +7,9 @@
 #include "base/hexwords.h"
 #include "ebr/columns.h"
 #include "ebr/graft.h"
+#include "ebr/walk.h"
 #include "inspect/inspect.h"
+#include "survey/width.h"
 
 namespace {
 
@@ -50,6 +52,28 @@ std::string brokenStreamLaw(bool isSame) {
   const std::string verified = inspect({"verify", "--json", "out.bit", "new.wid", "words.mem"});
   const bool isFound = verified.back() == '2' || jsonIn(verified)["different"].empty();
   return isFound ? "" : "located, but " + verified;
+}
+
+// The width that is found is that of the walk with the most EBRs, and the next best one is known.
+std::string brokenWidthLaw(const RunFiles& files) {
+  Bitstream stream(0);
+  pushDigits(stream, unpackBytes(files.bit));
+  std::vector<std::pair<std::ptrdiff_t, std::uint64_t>> widths;  // minus the EBRs, bits
+  for (std::uint64_t bits = 1; bits <= 64; ++bits) {
+    widths.emplace_back(
+        -std::ranges::count(walkCommands(stream, bits), CommandFault::NONE, &EbrCommand::fault),
+        bits);
+  }
+  std::ranges::sort(widths);
+  const WidthFinding found = findIdentifierBits(stream, findAllSections(stream));
+  const auto isFound = [&](std::size_t place, std::uint64_t bits, std::uint64_t numEbrs) {
+    return -widths[place].first == static_cast<std::ptrdiff_t>(numEbrs) &&
+           (numEbrs == 0 || widths[place].second == bits);
+  };
+  return isFound(0, found.identifierBits, found.numEbrs) &&
+                 isFound(1, found.otherBits, found.otherEbrs)
+             ? ""
+             : "found " + std::to_string(found.identifierBits) + " bits";
 }
 
 // Listed EBRs of in.bit are hidden exactly where a run for their identifier alone grafts another
@@ -101,6 +125,7 @@ std::string brokenLaw(const RunFiles& files) {
   std::string output;
   std::string broken = brokenRunLaw(files, output);
   if (broken.empty()) broken = brokenHiddenLaw(files);
+  if (broken.empty()) broken = brokenWidthLaw(files);
   if (!broken.empty() || output.empty()) return broken;
   runTool(files);  // leaves its files
   broken = brokenStreamLaw(output == files.bit);

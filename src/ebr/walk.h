@@ -18,8 +18,8 @@ std::vector<EbrCommand> walkCommands(const Bitstream& bitstream, std::uint64_t i
 /// Bit index at which the walk goes on after a command that it came to.
 std::uint64_t endOfCommand(const Bitstream& bitstream, const EbrCommand& command);
 
-/// The same walk along `allSections`, which findAllSections() gives, for more than one width: calls
-/// `visit` with each command.
+/// The same walk along `allSections`, which findAllSections() gives: calls `visit` with each
+/// command.
 template <typename Visit>
 void walkAlong(const Bitstream& bitstream, const std::vector<std::uint64_t>& allSections,
                std::uint64_t identifierBits, const Visit& visit) {

@@ -11,6 +11,10 @@
 struct WidthFinding {
   std::uint64_t identifierBits = 0;
   std::uint64_t numEbrs = 0;  ///< 0 if no width gives any
+  /// Of the other widths the one with the most EBRs, of equally good ones the smallest; 0 and 0 if
+  /// no other width gives any.
+  std::uint64_t otherBits = 0;
+  std::uint64_t otherEbrs = 0;
 };
 
 /// Of the widths 1 to 64 the one at which the most commands of the walk have a data section, of
