@@ -82,8 +82,9 @@ TEST(Inspect, TakesOutAndLocatesWhatWasGrafted) {
       EXPECT_EQ(inspect({"extract", "-o", "new", "out.bit", "ram.wid"}).back(), '0') << name;
       EXPECT_EQ(contentsOf("new"), memory.files.mem) << name;
       const std::string note = "NOTE: out.bit: taking identifiers of 11 bits";
-      const std::string said = inspect({"locate", "--data-width", memory.dataWidth.c_str(), "-o",
-                                        "new", "out.bit", "words.mem"});
+      const std::string said =
+          inspect({"locate", "--verbose", "--data-width", memory.dataWidth.c_str(), "-o", "new",
+                   "out.bit", "words.mem"});
       EXPECT_TRUE(said.starts_with(note) && said.ends_with("\n0")) << name << said;
       EXPECT_EQ(contentsOf("new"), memory.files.wid) << name;
       EXPECT_EQ(brokenDumpLaw(memory.files, numEbrs * bitsPerEbr), "") << name;

@@ -102,11 +102,12 @@ struct Diff {
   std::string oldFile, newFile;
   std::optional<std::string> mapFile;
   std::uint64_t identifierBits = 0;
+  Detail detail = Detail::USUAL;
   bool isJson = false;
   bool takesAnyDesign = false;
 
   void addTo(CLI::App& app) {
-    addIdentifierBits(app, identifierBits);
+    addIdentifierBits(app, identifierBits, detail);
     addMap(app, mapFile, takesAnyDesign);
     addJson(app, isJson);
     addFile(app, "OLD.bit", "A bitstream", oldFile);
@@ -134,7 +135,7 @@ struct Diff {
   }
 
   ExitStatus run() const {
-    Messages messages(isJson);
+    Messages messages(isJson, detail);
     OpenStream old, changed;
     if (!openStream(oldFile, old, messages) || !openStream(newFile, changed, messages)) {
       return ExitStatus::FAILED;

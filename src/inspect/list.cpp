@@ -182,18 +182,19 @@ struct List {
   std::string bitFile;
   std::optional<std::string> mapFile;
   std::uint64_t identifierBits = 0;
+  Detail detail = Detail::USUAL;
   bool isJson = false;
   bool takesAnyDesign = false;
 
   void addTo(CLI::App& app) {
-    addIdentifierBits(app, identifierBits);
+    addIdentifierBits(app, identifierBits, detail);
     addMap(app, mapFile, takesAnyDesign);
     addJson(app, isJson);
     addFile(app, "FILE.bit", "The bitstream", bitFile);
   }
 
   ExitStatus run() const {
-    Messages messages(isJson);
+    Messages messages(isJson, detail);
     OpenStream stream;
     if (!openStream(bitFile, stream, messages)) return ExitStatus::FAILED;
     MappedStream mapped;

@@ -108,10 +108,11 @@ struct Locate {
   std::string bitFile, memFile;
   std::optional<std::string> outputFile;
   std::uint64_t identifierBits = 0;
+  Detail detail = Detail::USUAL;
   std::uint64_t dataWidth = 0;  // 0 if a word is a line
 
   void addTo(CLI::App& app) {
-    addIdentifierBits(app, identifierBits);
+    addIdentifierBits(app, identifierBits, detail);
     addNumber(app, "--data-width", "Bits of a memory word; otherwise those of a line", INT_MAX,
               dataWidth);
     addOutput(app, "FILE.wid", outputFile);
@@ -120,7 +121,7 @@ struct Locate {
   }
 
   ExitStatus run() const {
-    Messages messages(false);
+    Messages messages(false, detail);
     KnownWords known;
     known.dataWidth = dataWidth;
     OpenStream stream;

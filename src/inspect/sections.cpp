@@ -1,5 +1,7 @@
 #include "inspect/sections.h"
 
+#include <CLI/CLI.hpp>
+
 #include "ebr/chain.h"
 #include "ebr/reach.h"
 #include "reports/ebrs.h"
@@ -11,11 +13,28 @@ namespace {
 
 constexpr std::uint64_t MOST_IDENTIFIER_BITS = 64;
 
+// The user should know of a guess that may be wrong.
+void note(const std::string& position, const WidthFinding& found, const Messages& messages) {
+  std::string sentence = position + "taking identifiers of " +
+                         countOf(found.identifierBits, "bit") + ", which give the most EBRs (" +
+                         std::to_string(found.numEbrs);
+  if (found.otherEbrs != 0) {
+    sentence += "; " + countOf(found.otherBits, "bit") +
+                (found.otherBits == 1 ? " gives " : " give ") + std::to_string(found.otherEbrs);
+  }
+  sentence += "); --id-bits N says otherwise";
+  found.otherEbrs * 2 >= found.numEbrs ? messages.note(sentence) : messages.remark(sentence);
+}
+
 }  // namespace
 
-void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits) {
+void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits, Detail& detail) {
   addNumber(app, "--id-bits", "Bits of an identifier (1 to 64); otherwise they are found",
             MOST_IDENTIFIER_BITS, identifierBits);
+  app.add_flag_callback(
+         "--verbose", [&detail] { detail = Detail::VERBOSE; },
+         "Say which width of identifiers was found")
+      ->disable_flag_override();
 }
 
 std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
@@ -30,9 +49,7 @@ std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t
       return std::nullopt;
     }
     identifierBits = found.identifierBits;
-    messages.note(positionText(stream.name) + "taking identifiers of " +
-                  countOf(identifierBits, "bit") + ", which give the most EBRs (" +
-                  std::to_string(found.numEbrs) + "); --id-bits N says otherwise");
+    note(positionText(stream.name), found, messages);
   }
   return SectionTable(stream.bitstream, allSections, identifierBits);
 }

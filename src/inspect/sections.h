@@ -13,10 +13,11 @@
 #include "ebr/sectiontable.h"
 #include "survey/listing.h"
 
-/// Adds the option --id-bits; the number stays 0 if it isn't given.
-void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits);
+/// Adds the options --id-bits, whose number stays 0 if it isn't given, and --verbose.
+void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits, Detail& detail);
 
-/// The sections of the stream. If `identifierBits` is 0 the width is found, and noted. Nothing,
+/// The sections of the stream. If `identifierBits` is 0 the width is found, and noted where another
+/// one gives at least half as many EBRs, or when verbose. Nothing,
 /// with the reason reported, if no width gives an EBR. With `isNoneFine` a stream without EBRs is
 /// fine, too; its table then has identifiers of 0 bits.
 std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
