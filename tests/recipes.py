@@ -3,7 +3,7 @@
 
 Usage: recipes.py FOLDER_OF_THE_PROGRAMS
 
-A comment <!-- RECIPE: FILE --> before a block of README.md or docs/load.md puts the block into that
+A comment <!-- RECIPE: FILE --> before a block of one of the DOCUMENTS puts the block into that
 file of the recipe's folder, <!-- RECIPE: run --> runs it, and <!-- RECIPE: console --> runs its
 commands and compares what they print. Each recipe gets a folder with a made-up design; its firmware
 is linked by the machine's own as and ld. What the documents print of it is what a little-endian
@@ -28,6 +28,7 @@ import ebrstream  # pylint: disable=wrong-import-position, import-error
 WORDS, FRAMES, LANES = 2048, 256, 4  # of an EBR; EBRs that make words of 32 bits
 PARTS = {"rom-0": 1, "rom-1": 5, "ram": 9}  # and the first of its EBRs
 ROM_BYTES, RAM = 2 * LANES * WORDS, 0x20000000
+DOCUMENTS = ("README.md", "docs/load.md", "docs/scripts.md")
 BLOCK = re.compile(r"<!-- ([\w-]+): (\S+) -->\n+```\w*\n(.*?)^```$", re.DOTALL | re.MULTILINE)
 
 MAP = """\
@@ -174,7 +175,7 @@ def check_firmware(folder, programs):
 
 def recipes():
     """Every marked block of the documents: the recipe, where the block goes, and its text."""
-    for name in ("README.md", "docs/load.md"):
+    for name in DOCUMENTS:
         for recipe, target, text in BLOCK.findall((ROOT / name).read_text(encoding="utf-8")):
             yield f"{Path(name).stem}-{recipe}", target, text
 

@@ -16,7 +16,19 @@ void addNumber(CLI::App& app, const std::string& name, const std::string& help, 
 }
 
 void addFile(CLI::App& app, const std::string& name, const std::string& help, std::string& file) {
-  app.add_option(name, file, help)->required()->type_name("");
+  takeStandardInput(app, *app.add_option(name, file, help)->required()->type_name(""));
+}
+
+void takeStandardInput(CLI::App& app, CLI::Option& option) {
+  option.transform([&app, &option](const std::string& file) -> std::string {
+    if (file != "-") return file;
+    for (const CLI::Option* const other : app.get_options()) {
+      if (other != &option && !other->check_name("-o") && other->results() == CLI::results_t{"-"}) {
+        throw CLI::ValidationError("standard input (-) can't be read twice");
+      }
+    }
+    return "/dev/stdin";
+  });
 }
 
 void addJson(CLI::App& app, bool& isJson) {
@@ -29,7 +41,12 @@ void addAnyDesign(CLI::App& app, bool& takesAnyDesign) {
 }
 
 void addOutput(CLI::App& app, const std::string& type, std::optional<std::string>& file) {
-  app.add_option("-o", file, "Write to this file, not to standard output")
+  app.add_option("-o", file, "Write to this file; - is standard output, as without -o")
       ->type_name(type)
-      ->take_last();
+      ->take_last()
+      ->check([&app](const std::string& name) -> std::string {
+        const CLI::Option* const json = app.get_option_no_throw("--json");
+        const bool isJson = json != nullptr && json->count() != 0;
+        return name == "-" && isJson ? "- and --json both use standard output" : "";
+      });
 }

@@ -63,7 +63,7 @@ std::string refuseInput(const std::string& outputFile, const std::vector<ReadFil
 
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
                      const std::vector<std::string>& inputs, const Messages& messages) {
-  if (!fileName) {
+  if (!fileName || *fileName == "-") {
     StandardOutput output;
     output.write(text);
     return output.finish(ExitStatus::FINE);

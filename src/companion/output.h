@@ -46,8 +46,8 @@ struct ReadFile {
 std::string refuseInput(const std::string& outputFile, const std::vector<ReadFile>& inputs);
 
 /// Writes a whole result to the named file, which is replaced as a run replaces its output, or to
-/// standard output. The file may be none of `inputs`, the names of the files that the result was
-/// made from. FINE, or FAILED, which is reported.
+/// standard output, which - is, too. The file may be none of `inputs`, the names of the files that
+/// the result was made from. FINE, or FAILED, which is reported.
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,
                      const std::vector<std::string>& inputs, const Messages& messages);
 

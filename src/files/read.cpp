@@ -23,11 +23,19 @@ bool isLargerThan(std::size_t bytes, const struct stat& status) {
   return status.st_size > 0 && static_cast<std::uint64_t>(status.st_size) > bytes;
 }
 
+// A socket, and what this user may not open, can be read as standard input, but its name opens it
+// anew.
+FileDescriptor openFile(const std::string& fileName) {
+  FileDescriptor file(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  const bool canDuplicate = errno == ENXIO || errno == EACCES;
+  if (file.isOpen() || fileName != "/dev/stdin" || !canDuplicate) return file;
+  return FileDescriptor(::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
 }  // namespace
 
 ReadResult readWholeFile(const std::string& fileName, ByteBuffer& bytes, std::size_t mostBytes) {
-  return readWholeFile(FileDescriptor(::open(fileName.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY)),
-                       bytes, mostBytes);
+  return readWholeFile(openFile(fileName), bytes, mostBytes);
 }
 
 ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes, std::size_t mostBytes) {

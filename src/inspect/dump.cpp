@@ -41,7 +41,7 @@ struct Dump {
     addOutput(app, "FILE", outputFile);
     addFile(app, "MAP.toml", "The map of the memories", mapFile);
     addFile(app, "FILE.bit", "The bitstream", bitFile);
-    addFile(app, "NAME", "The memory", name);
+    app.add_option("NAME", name, "The memory")->required()->type_name("");
   }
 
   ExitStatus run() const {

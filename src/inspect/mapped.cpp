@@ -5,10 +5,13 @@
 #include "layout/deal.h"
 
 void addMap(CLI::App& app, std::optional<std::string>& mapFile, bool& takesAnyDesign) {
-  app.add_option("--map", mapFile, "Name the memory and part of each EBR, as this map has them")
-      ->type_name("MAP.toml")
-      ->take_last()
-      ->excludes("--id-bits");
+  CLI::Option& option =
+      *app.add_option("--map", mapFile,
+                      "Name the memory and part of each EBR, as this map has them")
+           ->type_name("MAP.toml")
+           ->take_last()
+           ->excludes("--id-bits");
+  takeStandardInput(app, option);
   addAnyDesign(app, takesAnyDesign);
   app.get_option("--any-design")->needs("--map");
 }

@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "files/place.h"
 #include "files/read.h"
 #include "inputs/loading.h"
 #include "layout/addresses.h"
@@ -36,6 +37,13 @@ std::string positionOfLine(const Lane& lane, std::size_t index) {
     for (std::size_t i = 0; i <= index && reader.next(line); ++i) continue;
   }
   return positionText(lane.widFile, line.number);
+}
+
+// Where relative names in the map start. What a descriptor is read from has no folder: there, it is
+// the working folder.
+std::filesystem::path folderOf(const std::string& mapFile) {
+  if (mapFile == "/dev/stdin" || parseDescriptorName(mapFile).isValid()) return {};
+  return std::filesystem::path(mapFile).parent_path();
 }
 
 class MapBuilder {
@@ -75,7 +83,7 @@ class MapBuilder {
   }
 
   std::string loadLane(const WidName& name, Lane& lane) {
-    lane.widFile = std::filesystem::path(map.file).parent_path() / name.value;
+    lane.widFile = folderOf(map.file) / name.value;
     const FileIdentity identity = identityOf(lane.widFile);
     // Its EBRs would be in two places. Refused before it is read, because a short map could have a
     // long file read any number of times.

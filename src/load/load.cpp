@@ -183,10 +183,13 @@ class Load {
   }
 
   std::string writeDepFile() const {
-    std::vector<std::string> names = {options.bitFile};
-    for (const ReadFile& input : inputsBesideBitstream()) {
+    std::vector<ReadFile> inputs = inputsBesideBitstream();
+    inputs.insert(inputs.begin(), {options.bitFile, bitIdentity});
+    std::vector<std::string> names;
+    for (const ReadFile& input : inputs) {
+      const bool isFile = input.name != "-" && input.name != "/dev/stdin";
       const bool isKnown = std::ranges::find(names, input.name) != names.end();
-      if (input.name != "-" && !isKnown) names.push_back(input.name);
+      if (isFile && !isKnown) names.push_back(input.name);
     }
     const std::string rule = spellRule(*options.outputFile, names);
     if (rule.empty()) return *options.depFile + ": a file name with a line end fits no rule";
