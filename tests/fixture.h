@@ -94,6 +94,8 @@ std::string spellCrc(const std::string& stream, std::size_t end, int numBits);
 /// that spell sections when they are written; or one of EBRs that are all there, up to 139 of them;
 /// or one of words and payload about as long as a physical line, or much shorter.
 RunFiles randomRun(std::mt19937_64& random);
+/// One of EBRs that are all there, whose contents, before or after, spell addresses of each other.
+RunFiles spellingRun(std::mt19937_64& random);
 
 /// A run's files as one fuzzer's input: width file, NUL, memory file, NUL, bitstream.
 std::string joinRun(const RunFiles& files);

@@ -2,6 +2,7 @@
 // out what the payload, the CRC, the warnings, and the bits read and written must be. The public
 // operations load the files and edit the stream on the way, and are held against the text.
 #include <algorithm>
+#include <map>
 
 #include "console/lines.h"
 #include "fixture.h"
@@ -53,7 +54,7 @@ struct PlainRun {
     require(checkWidLengths(widLines) && normalizeWids(widLines, length) && widLines == wids);
     require(address == addrWidth && data == dataWidth && length == width);
     columns = dealOut(words, static_cast<unsigned>(dataWidth) / wids.size(), wids.size());
-    stream = digitsOf(bitstream);
+    before = stream = digitsOf(bitstream);
     return true;
   }
 
@@ -62,9 +63,12 @@ struct PlainRun {
     if (!load()) return false;
     printLine("STATUS: input files loaded successfully\nSTATUS: processing bitstream");
     for (std::size_t ebr = 0; ebr < wids.size(); ++ebr) {
-      if (!replace(ebr)) return false;
+      if (replace(ebr)) continue;
+      explain(wids[ebr]);
+      return false;
     }
     require(digitsOf(bitstream) == stream);
+    warnOfLost();
     printLine("STATUS: Successfully wrote out.bit");
     return true;
   }
@@ -99,7 +103,6 @@ struct PlainRun {
       warn(ebr, end, 96 + 72 * frames, capacity);
       stream.replace(payload, capacity * 9, spellPayload(columns[ebr], capacity));
       stream.replace(end, 16, spellCrc(stream, end, 96 + 72 * frames));
-      warnOfHidden(ebr, payload, end + 16);
     }
     // Only this EBR's line, and only what the payload takes of it.
     Lines needed(wids.size());
@@ -129,26 +132,96 @@ struct PlainRun {
     }
   }
 
-  // A section that begins before `end` can take the beginning of the next command for its
-  // identifier.
-  void warnOfHidden(std::size_t ebr, std::size_t payload, std::size_t end) const {
-    const std::string section = digits(0xF6, 8) + digits(0, 36);
-    const std::size_t size = section.size() + static_cast<unsigned>(width);
-    const std::size_t from = std::max(payload, end - size + 1);
-    const std::size_t last = stream.substr(from, end + 43 - from).find(section);
-    if (last == std::string::npos) return;
-    const std::size_t hidden = stream.substr(end, from + last + size + 43 - end).find(section);
-    const std::size_t data = end + hidden + size + 11;
-    if (hidden == std::string::npos || stream.size() <= data + 32) return;
-    const int frames = binaryStringToInt(stream.substr(data + 16, 16));
-    const bool fits = data + 48 + 72UL * static_cast<unsigned>(frames) <= stream.size();
-    if (!fits || stream.compare(data, 16, digits(0xB2D0, 16)) != 0) return;
-    printWarning("wid ", wids[ebr], ": the new contents end like an EBR address section, which ",
-                 "hides the EBR command at bit ", to_string(end + hidden), " from every search");
+  // A run with a width file of one identifier comes to the first command that carries it.
+  void warnOfLost() const {
+    const Map old = arrivals(before), now = arrivals(stream);
+    std::vector<std::pair<std::size_t, std::string>> lost;
+    for (const auto& [wid, at] : old) {
+      if (now.count(wid) == 0 || now.at(wid) != at) lost.emplace_back(at, wid);
+    }
+    std::sort(lost.begin(), lost.end());
+    for (const auto& [at, wid] : lost) printWarning(hiding(at, wid, " is now"));
+  }
+
+  // A command that a walk comes to and the search doesn't.
+  void explain(const std::string& wid) const {
+    for (std::size_t at = 0, end = 0; findSection(stream, at); at = end) {
+      end = endOfCommand(at);
+      if (stream.substr(at, wid.size()) != wid || !isCommand(stream, at)) continue;
+      const Map now = arrivals(stream);
+      if (now.count(wid) == 0 || now.at(wid) != at) {
+        printDiagnostic(hiding(at, wid, " is"), "; ramgraft-load finds it");
+      }
+      return;
+    }
+  }
+
+  using Map = std::map<std::string, std::size_t>;
+
+  // Where a search for each identifier comes to a command: the bit after its zeros.
+  Map arrivals(const std::string& in) const {
+    Map firsts;
+    const std::size_t size = static_cast<unsigned>(width);
+    for (std::size_t at = 0; findSection(in, at) && in.size() - at > std::max(1UL, size);) {
+      firsts.emplace(in.substr(at, size), at);
+      at += size;
+    }
+    std::erase_if(firsts, [&](const auto& first) { return !isCommand(in, first.second); });
+    return firsts;
+  }
+
+  bool isCommand(const std::string& in, std::size_t at) const {
+    const std::size_t data = at + static_cast<unsigned>(width) + 11;
+    if (in.size() <= data + 32 || in.compare(data, 16, digits(0xB2D0, 16)) != 0) return false;
+    const auto frames = static_cast<unsigned>(binaryStringToInt(in.substr(data + 16, 16)));
+    return data + 48 + 72UL * frames <= in.size();
+  }
+
+  std::size_t endOfCommand(std::size_t at) const {
+    const std::size_t data = at + static_cast<unsigned>(width) + 11;
+    if (!isCommand(stream, at)) return std::min(data - 11, stream.size());
+    return data + 48 +
+           72UL * static_cast<unsigned>(binaryStringToInt(stream.substr(data + 16, 16)));
+  }
+
+  std::string hiding(std::size_t at, const std::string& wid, const std::string& is) const {
+    return "EBR " + wid + " at bit " + to_string(at - 44) + is +
+           " hidden from ramgraft: " + reason(at, wid);
+  }
+
+  std::string reason(std::size_t at, const std::string& wid) const {
+    const std::string address = digits(0xF6, 8) + digits(0, 36);
+    if (stream.compare(at - 44, 44 + wid.size(), address + wid) != 0 || !isCommand(stream, at)) {
+      return "it is overwritten" + placeOf(at - 44);
+    }
+    std::size_t first = at;
+    for (std::size_t other = 0; findSection(stream, other) && other < at; other += wid.size()) {
+      const std::string bit = to_string(other - 44) + placeOf(other - 44);
+      if (other + wid.size() > at - 44) {
+        return "what looks like an address at bit " + bit + " reaches into it";
+      }
+      if (stream.substr(other, wid.size()) == wid) first = std::min(first, other);
+    }
+    return "what looks like its address comes first, at bit " + to_string(first - 44) +
+           placeOf(first - 44);
+  }
+
+  // The command of the walk that a bit is inside of.
+  std::string placeOf(std::size_t bit) const {
+    for (std::size_t at = 0, end = 0; findSection(stream, at) && at - 44 < bit; at = end) {
+      end = endOfCommand(at);
+      if (end <= bit) continue;
+      const std::size_t size = static_cast<unsigned>(width), crc = end - 16;
+      const char* const field = !isCommand(stream, at) || bit < at + size + 43 ? "header"
+                                : bit < crc                                    ? "contents"
+                                                                               : "CRC";
+      return std::string(" in the ") + field + " of EBR " + stream.substr(at, size);
+    }
+    return "";
   }
 
   Bitstream bitstream{0};
-  std::string stream;  // all its bits, as digits
+  std::string before, stream;  // all its bits, as digits, of the input and now
   Lines wids, lines, columns;
   int width = 0, startLine = 0;
 };

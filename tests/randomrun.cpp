@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "fixture.h"
 
 namespace {
@@ -99,6 +101,39 @@ class RandomRun {
 }  // namespace
 
 RunFiles randomRun(std::mt19937_64& random) { return RandomRun(random).make(); }
+
+RunFiles spellingRun(std::mt19937_64& random) {
+  const auto below = [&](std::size_t n) { return static_cast<unsigned>(random() % n); };
+  const std::string address = digits(0xF6, 8) + digits(0, 36);
+  const unsigned width = 3 + below(9) + below(3) * 12, number = 2 + below(4);
+  Texts wids;
+  for (unsigned i = 0; i < number; ++i) wids.push_back(digits(i + below(2) * 0x7B0, width));
+  // What lies between commands, and what they contain.
+  const auto piece = [&] {
+    const Texts pieces = {"",
+                          "",
+                          address,
+                          address + digits(random(), below(12)) + address,
+                          ebrDigits(wids[below(number)], 0, "0"),
+                          digits(0, below(50))};
+    return pieces[below(pieces.size())];
+  };
+  std::string stream = digits(random(), below(9));
+  for (const std::string& wid : wids) {
+    stream += ebrDigits(wid, 1 + below(3), piece() + digits(random(), 40)) + piece();
+  }
+  RunFiles files = {packDigits(stream), "", ""};
+  std::shuffle(wids.begin(), wids.end(), random);
+  wids.resize(1 + below(number));
+  for (const std::string& wid : wids) files.wid += wid + "\n";
+  files.wid += "aw10;dw" + std::to_string(wids.size() * 8);
+  // 6F, its bits reversed, is the opcode. What comes before it is all 0, so that only that differs.
+  for (std::size_t bytes = below(8) + below(16) * wids.size(); bytes > 0; --bytes) {
+    const char* const usual[] = {"00", "00", "00", "00", "00", "6F", "F0", "03", "01", "80"};
+    files.mem += usual[below(std::size(usual))] + std::string(bytes % wids.size() == 1 ? "\n" : "");
+  }
+  return files;
+}
 
 bool splitRun(const std::uint8_t* data, std::size_t size, RunFiles& files) {
   const std::string input(reinterpret_cast<const char*>(data), size);

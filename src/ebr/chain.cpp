@@ -105,7 +105,22 @@ void SectionChain::noteCandidate(std::uint64_t section) {
   candidate->second = std::min(candidate->second, section);
 }
 
-void SectionChain::bitsChanged(std::uint64_t begin, std::uint64_t end) {
+bool SectionChain::hasAddressIn(std::uint64_t begin, std::uint64_t end) {
+  while (searched < end && follow()) {
+  }
+  const std::uint64_t first = begin - std::min(begin, IDENTIFIER_OFFSET - 1);
+  const auto section = std::ranges::lower_bound(chain, first);
+  return section != chain.end() && *section < end;
+}
+
+const std::vector<std::uint64_t>& SectionChain::followToEnd() {
+  while (follow()) {
+  }
+  return chain;
+}
+
+void SectionChain::bitsChanged(std::uint64_t begin, std::uint64_t end,
+                               const std::function<void()>& beforeUpdate) {
   const std::uint64_t firstTouched = begin - std::min(begin, IDENTIFIER_OFFSET - 1);
   if (firstTouched >= searched) return;  // will be seen when the chain gets there
 
@@ -128,13 +143,11 @@ void SectionChain::bitsChanged(std::uint64_t begin, std::uint64_t end) {
     noteCandidate(section);
     from = endOf(section);
   }
+  if (!std::equal(first, old, found.begin(), found.end())) {
+    const auto at = first - chain.begin(), size = old - first;
+    if (beforeUpdate) beforeUpdate();  // which may make the chain longer
+    const auto begun = chain.begin() + at;
+    chain.insert(chain.erase(begun, begun + size), found.begin(), found.end());
+  }
   searched = std::max(searched, from);
-  replace(first, old, found);
-}
-
-// Puts `found` in the place of the chain's sections [first, last).
-void SectionChain::replace(Sections::iterator first, Sections::iterator last,
-                           const Sections& found) {
-  if (std::equal(first, last, found.begin(), found.end())) return;
-  chain.insert(chain.erase(first, last), found.begin(), found.end());
 }

@@ -3,6 +3,7 @@
 #define RAMGRAFT_EBR_CHAIN_H
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -46,9 +47,19 @@ class SectionChain {
   /// `section` to its bit index when the outcome is FOUND.
   Outcome find(const std::string& wid, std::uint64_t& section);
 
+  /// True if the address of a section of the chain has one of the bits [begin, end). Follows the
+  /// chain to `end`.
+  bool hasAddressIn(std::uint64_t begin, std::uint64_t end);
+
+  /// Follows the chain to the end of the stream. The whole chain, ascending; valid until the next
+  /// call of a function.
+  const std::vector<std::uint64_t>& followToEnd();
+
   /// Brings the chain up to date after the bits [begin, end) were overwritten. Searches again only
-  /// where a section could have come up or gone.
-  void bitsChanged(std::uint64_t begin, std::uint64_t end);
+  /// where a section could have come up or gone. If other sections make up the chain now, calls
+  /// `beforeUpdate` while it still is the old one; that may only ask for it.
+  void bitsChanged(std::uint64_t begin, std::uint64_t end,
+                   const std::function<void()>& beforeUpdate = {});
 
  private:
   using Sections = std::vector<std::uint64_t>;
@@ -58,7 +69,6 @@ class SectionChain {
   bool carries(std::uint64_t section, const std::string& wid) const;
   bool follow();
   void noteCandidate(std::uint64_t section);
-  void replace(Sections::iterator first, Sections::iterator last, const Sections& found);
 
   const Bitstream& bitstream;
   std::uint64_t identifierBits;

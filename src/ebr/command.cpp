@@ -55,3 +55,8 @@ EbrCommand readEbrCommand(const Bitstream& bitstream, std::uint64_t index,
   }
   return command;
 }
+
+std::string_view fieldOf(const EbrCommand& command, std::uint64_t bitIndex) {
+  if (command.fault != CommandFault::NONE || bitIndex < command.payloadIndex) return "header";
+  return bitIndex < command.crcIndex() ? "contents" : "CRC";
+}

@@ -3,6 +3,7 @@
 #define RAMGRAFT_EBR_COMMAND_H
 
 #include <cstdint>
+#include <string_view>
 
 #include "base/ramgraftbstream.h"
 #include "ebr/format.h"
@@ -45,6 +46,9 @@ struct EbrCommand {
   /// Bit index of the CRC field's first bit.
   std::uint64_t crcIndex() const { return payloadIndex + payloadBits(); }
 };
+
+/// The field of a command that contains a bit from its second on: "header", "contents" or "CRC".
+std::string_view fieldOf(const EbrCommand& command, std::uint64_t bitIndex);
 
 /// Reads the command of the address section that begins at bit `index`, as findAddressSection()
 /// finds it, with an identifier of `identifierBits` bits.

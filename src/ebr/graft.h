@@ -13,7 +13,7 @@
 #include "ebr/command.h"
 #include "ebr/crcfield.h"
 #include "ebr/lookup.h"
-#include "ebr/search.h"
+#include "ebr/sectiontable.h"
 
 /// Payload words that a run writes into an EBR of `frameCount` frames whose column has
 /// `columnBits` data bits: all words of the payload, but no more than the physical line fills.
@@ -24,9 +24,6 @@ struct GraftReport {
   CrcCheck oldCrc;
   std::uint64_t givenWords = 0;    ///< payload words that the column fills
   std::uint64_t writtenWords = 0;  ///< payload words that were written; if fewer, the rest is lost
-  /// Bit index of a command that a search passes over now, because the new contents and the CRC end
-  /// like an address section: the beginning of that command reads as the section's identifier.
-  std::uint64_t hiddenCommand = NOT_FOUND;
 };
 
 /// Overwrites the payload of a command without fault with the column of EBR number `ebr`, followed
@@ -40,6 +37,9 @@ struct GraftSteps {
   std::function<void(std::size_t ebr, const Lookup& lookup)> found;
   /// Its contents were replaced.
   std::function<void(std::size_t ebr, const GraftReport& report)> grafted;
+  /// After the last EBR, for each command, listed or not, at which a search arrived before and
+  /// doesn't any more.
+  std::function<void(const HiddenCommand& command)> lost;
 };
 
 /// Replaces the contents of the EBRs that carry the wids, of which there is at least one, in their

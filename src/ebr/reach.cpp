@@ -4,23 +4,37 @@
 
 #include <algorithm>
 
-#include "ebr/chain.h"
+#include "ebr/command.h"
 #include "ebr/format.h"
 #include "ebr/search.h"
 #include "ebr/section.h"
 
 namespace {
 
-// Less than, equal to or greater than 0 as the identifier of section `a` is to that of `b`.
-int compareIdentifiers(const Bitstream& bitstream, std::uint64_t a, std::uint64_t b,
+// A section and the beginning of its identifier, 64 bits if it has as many. Most comparisons need
+// no more, and reading it at each would take longer than all the rest.
+struct SectionKey {
+  std::uint64_t beginning, section;
+};
+
+SectionKey keyOf(const Bitstream& bitstream, std::uint64_t section, std::uint64_t identifierBits) {
+  const std::uint64_t window = bitstream.getWindow(identifierIndexOf(bitstream, section));
+  // Two shifts: one by 64 has no defined result.
+  const std::uint64_t unused = 64 - std::min<std::uint64_t>(identifierBits, 64);
+  return {window >> unused / 2 >> (unused - unused / 2), section};
+}
+
+// Less than, equal to or greater than 0 as one identifier is to the other.
+int compareIdentifiers(const Bitstream& bitstream, const SectionKey& a, const SectionKey& b,
                        std::uint64_t identifierBits) {
-  const std::uint64_t left = identifierIndexOf(bitstream, a);
-  const std::uint64_t right = identifierIndexOf(bitstream, b);
-  for (std::uint64_t at = 0; at < identifierBits; at += 64) {
+  if (a.beginning != b.beginning) return a.beginning < b.beginning ? -1 : 1;
+  for (std::uint64_t at = 64; at < identifierBits; at += 64) {
     const std::uint64_t unused = 64 - std::min<std::uint64_t>(identifierBits - at, 64);
-    const std::uint64_t leftBits = bitstream.getWindow(left + at) >> unused;
-    const std::uint64_t rightBits = bitstream.getWindow(right + at) >> unused;
-    if (leftBits != rightBits) return leftBits < rightBits ? -1 : 1;
+    const auto bitsOf = [&](std::uint64_t section) {
+      return bitstream.getWindow(identifierIndexOf(bitstream, section) + at) >> unused;
+    };
+    const std::uint64_t left = bitsOf(a.section), right = bitsOf(b.section);
+    if (left != right) return left < right ? -1 : 1;
   }
   return 0;
 }
@@ -28,32 +42,46 @@ int compareIdentifiers(const Bitstream& bitstream, std::uint64_t a, std::uint64_
 }  // namespace
 
 std::vector<std::uint64_t> firstOfEach(const Bitstream& bitstream,
-                                       std::vector<std::uint64_t> sections,
+                                       const std::vector<std::uint64_t>& sections,
                                        std::uint64_t identifierBits) {
-  const auto compare = [&](std::uint64_t a, std::uint64_t b) {
-    return compareIdentifiers(bitstream, a, b, identifierBits);
-  };
-  std::erase_if(sections, [&](std::uint64_t section) {
-    return !hasIdentifier(bitstream, section, identifierBits);
+  std::vector<SectionKey> keys;
+  keys.reserve(sections.size());
+  for (const std::uint64_t section : sections) {
+    if (!hasIdentifier(bitstream, section, identifierBits)) continue;
+    keys.push_back(keyOf(bitstream, section, identifierBits));
+  }
+  std::ranges::sort(keys, [&](const SectionKey& a, const SectionKey& b) {
+    const int order = compareIdentifiers(bitstream, a, b, identifierBits);
+    return order != 0 ? order < 0 : a.section < b.section;
   });
-  std::ranges::stable_sort(sections,
-                           [&](std::uint64_t a, std::uint64_t b) { return compare(a, b) < 0; });
-  const auto isAgain = [&](std::uint64_t a, std::uint64_t b) { return compare(a, b) == 0; };
-  sections.erase(std::unique(sections.begin(), sections.end(), isAgain), sections.end());
-  std::ranges::sort(sections);
-  return sections;
+  const auto again = std::ranges::unique(keys, [&](const SectionKey& a, const SectionKey& b) {
+    return compareIdentifiers(bitstream, a, b, identifierBits) == 0;
+  });
+  std::vector<std::uint64_t> firsts;
+  for (auto key = keys.begin(); key != again.begin(); ++key) firsts.push_back(key->section);
+  return firsts;
 }
 
-std::vector<bool> findReached(const Bitstream& bitstream, const std::vector<EbrCommand>& ebrs,
-                              std::uint64_t identifierBits) {
-  const std::vector<std::uint64_t> sections =
-      firstOfEach(bitstream, selectChain(bitstream, findAllSections(bitstream), identifierBits),
-                  identifierBits);
-  std::vector<bool> reached;
-  reached.reserve(ebrs.size());
-  for (const EbrCommand& ebr : ebrs) {
-    reached.push_back(std::ranges::binary_search(sections, ebr.opcodeIndex));
-  }
+std::uint64_t findFirst(const Bitstream& bitstream, const std::vector<std::uint64_t>& firsts,
+                        std::uint64_t section, std::uint64_t identifierBits) {
+  const SectionKey wanted = keyOf(bitstream, section, identifierBits);
+  const auto compareWanted = [&](std::uint64_t other) {
+    const SectionKey key = keyOf(bitstream, other, identifierBits);
+    return compareIdentifiers(bitstream, key, wanted, identifierBits);
+  };
+  const auto first = std::ranges::partition_point(
+      firsts, [&](std::uint64_t other) { return compareWanted(other) < 0; });
+  return first != firsts.end() && compareWanted(*first) == 0 ? *first : NOT_FOUND;
+}
+
+std::vector<std::uint64_t> findReached(const Bitstream& bitstream,
+                                       const std::vector<std::uint64_t>& chain,
+                                       std::uint64_t identifierBits) {
+  std::vector<std::uint64_t> reached = firstOfEach(bitstream, chain, identifierBits);
+  std::erase_if(reached, [&](std::uint64_t section) {
+    return readEbrCommand(bitstream, section, identifierBits).fault != CommandFault::NONE;
+  });
+  std::ranges::sort(reached);
   return reached;
 }
 

@@ -1,4 +1,4 @@
-// At which commands a search arrives.
+// Which sections a search arrives at.
 #ifndef RAMGRAFT_EBR_REACH_H
 #define RAMGRAFT_EBR_REACH_H
 
@@ -6,19 +6,24 @@
 #include <vector>
 
 #include "base/ramgraftbstream.h"
-#include "ebr/command.h"
 
 /// Of `sections`, bit indexes, ascending, those that are the first with their identifier of
-/// `identifierBits` bits; ascending, too. Sections without an identifier are not among them.
+/// `identifierBits` bits, in the order of the identifiers. Sections without an identifier are not
+/// among them.
 std::vector<std::uint64_t> firstOfEach(const Bitstream& bitstream,
-                                       std::vector<std::uint64_t> sections,
+                                       const std::vector<std::uint64_t>& sections,
                                        std::uint64_t identifierBits);
 
-/// For each of `ebrs`, commands of the walk: true if ramgraft's search for its identifier, in the
-/// stream as it is, arrives there. Elsewhere contents pose as a command or hide one, or the
-/// identifier came up before.
-std::vector<bool> findReached(const Bitstream& bitstream, const std::vector<EbrCommand>& ebrs,
-                              std::uint64_t identifierBits);
+/// The one of `firsts`, which firstOfEach() gives, that has the same identifier as `section`, which
+/// has one; NOT_FOUND if there is none.
+std::uint64_t findFirst(const Bitstream& bitstream, const std::vector<std::uint64_t>& firsts,
+                        std::uint64_t section, std::uint64_t identifierBits);
+
+/// The sections of a chain that have a data section, and at which the search for their identifier
+/// of `identifierBits` bits arrives; ascending, as the chain is.
+std::vector<std::uint64_t> findReached(const Bitstream& bitstream,
+                                       const std::vector<std::uint64_t>& chain,
+                                       std::uint64_t identifierBits);
 
 /// True if an address section begins in the bits [begin, end), or ends in them.
 bool holdsAddress(const Bitstream& bitstream, std::uint64_t begin, std::uint64_t end);

@@ -3,11 +3,32 @@
 #define RAMGRAFT_EBR_SECTIONTABLE_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "base/ramgraftbstream.h"
 #include "ebr/command.h"
+
+/// What keeps ramgraft's search from a command.
+struct Hiding {
+  enum class Kind {
+    REACHES_INTO,  ///< the search passes over the command, because it began inside this section
+    COMES_FIRST,   ///< the search comes to this section before, which has the same identifier
+    OVERWRITTEN,   ///< the command, which was this section, isn't there any more
+  };
+
+  Kind kind = Kind::REACHES_INTO;
+  std::uint64_t section = 0;         ///< bit index
+  std::optional<EbrCommand> around;  ///< the command of the walk inside which the section begins
+};
+
+/// A command that ramgraft's search doesn't arrive at.
+struct HiddenCommand {
+  std::string identifier;
+  std::uint64_t section = 0;  ///< bit index
+  Hiding hiding;
+};
 
 /// The walk through a stream and the chain of its sections. The stream must outlive the table and
 /// not change. Sections are bit indexes of address opcodes, ascending.
@@ -27,16 +48,25 @@ class SectionTable {
   EbrCommand getCommand(std::uint64_t section) const;
   /// The identifier of a command as digits; empty if the stream ends before it does.
   std::string getIdentifier(const EbrCommand& command) const;
-  /// True if ramgraft's search for the identifier of this command of the walk doesn't arrive there.
-  bool isHidden(const EbrCommand& command) const;
+  /// The command of the walk that contains the bit, if it isn't that command's first.
+  std::optional<EbrCommand> findAround(std::uint64_t bitIndex) const;
   /// The commands of the walk that have a data section; of those with one identifier the first.
   std::vector<EbrCommand> findEbrs() const;
+
+  /// What keeps ramgraft's search from a section of the stream that has an identifier; nothing if
+  /// it arrives there.
+  std::optional<Hiding> findHiding(std::uint64_t section) const;
+  bool isHidden(const EbrCommand& command) const {
+    return findHiding(command.opcodeIndex).has_value();
+  }
+  /// The first command of the walk that has a data section and this identifier, if it is hidden.
+  std::optional<HiddenCommand> findHidden(const std::string& identifier) const;
 
  private:
   const Bitstream& bitstream;
   std::uint64_t identifierBits;
   std::vector<std::uint64_t> walk, chain;
-  std::vector<std::uint64_t> reached;  ///< of the chain's, the first with their identifier
+  std::vector<std::uint64_t> firsts;  ///< of the chain's: see firstOfEach()
 };
 
 #endif

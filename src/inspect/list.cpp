@@ -69,7 +69,7 @@ struct Totals {
     frames += ebr.command.frameCount;
     bytes += ebr.command.contentsBytes();
     used += ebr.used;
-    hidden += ebr.isHidden ? 1 : 0;
+    hidden += ebr.hiding ? 1 : 0;
     ++verdicts[static_cast<std::size_t>(ebr.facts.crc.verdict)];
   }
 
@@ -88,7 +88,7 @@ struct Totals {
 
 std::string remarksOn(const ListedEbr& ebr) {
   std::string text(nameOf(ebr.facts.crc.verdict));
-  if (ebr.isHidden) text += ", hidden";
+  if (ebr.hiding) text += ", hidden by bit " + to_string(ebr.hiding->section);
   if (ebr.facts.ninthBits != 0) text += ", " + countOf(ebr.facts.ninthBits, "ninth bit") + " set";
   return text;
 }
@@ -149,7 +149,7 @@ Json toJson(const ListedEbr& ebr) {
           {"crc", nameOf(crc.verdict)},
           {"storedCrc", toHex16(crc.stored)},
           {"computedCrc", toHex16(crc.computed)},
-          {"hidden", ebr.isHidden}};
+          {"hidden", ebr.hiding.has_value()}};
   // GCOVR_EXCL_STOP
 }
 

@@ -141,7 +141,7 @@ struct Locate {
     for (const ColumnMatch& match : fits.unique.front().matches) {
       const EbrCommand& ebr = ebrs[match.ebrs.front()];
       wids[match.columns.front()] = table->getIdentifier(ebr);
-      if (table->isHidden(ebr)) warnOfHidden(table->getIdentifier(ebr), ebr, messages);
+      warnOfHidden(*table, ebr, messages);
     }
     return putResult(outputFile, spellWidthFile(wids, widths), {bitFile, memFile}, messages);
   }

@@ -3,7 +3,6 @@
 #include <CLI/CLI.hpp>
 
 #include "ebr/chain.h"
-#include "ebr/reach.h"
 #include "reports/ebrs.h"
 #include "reports/position.h"
 #include "reports/text.h"
@@ -59,19 +58,17 @@ std::string reasonOf(const OtherSection& other) {
   return "in the " + std::string(other.field) + " of " + other.around;
 }
 
-void warnOfHidden(const std::string& identifier, const EbrCommand& command, Messages& messages) {
-  messages.warn("EBR " + excerptOf(identifier) + " at bit " + std::to_string(command.opcodeIndex) +
-                " is hidden from ramgraft: its search doesn't arrive there");
+void warnOfHidden(const SectionTable& table, const EbrCommand& ebr, Messages& messages) {
+  const std::optional<Hiding> hiding = table.findHiding(ebr.opcodeIndex);
+  if (!hiding) return;
+  const HiddenCommand hidden = {table.getIdentifier(ebr), ebr.opcodeIndex, *hiding};
+  messages.warn(textOf(hidden, table.getBitstream(), false));
 }
 
 void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked,
                   Messages& messages) {
-  std::vector<EbrCommand> commands;
-  commands.reserve(walked.size());
-  for (const Lookup& lookup : walked) commands.push_back(lookup.command);
-  const std::vector<bool> reached = findReached(bitstream, commands, walked.front().wid.size());
-  for (std::size_t ebr = 0; ebr < walked.size(); ++ebr) {
-    if (walked[ebr].isUsable() && !reached[ebr])
-      warnOfHidden(walked[ebr].wid, commands[ebr], messages);
+  const SectionTable table(bitstream, findAllSections(bitstream), walked.front().wid.size());
+  for (const Lookup& lookup : walked) {
+    if (lookup.isUsable()) warnOfHidden(table, lookup.command, messages);
   }
 }

@@ -26,9 +26,9 @@ std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t
 /// Why a section is no EBR: "no TAV_EBR_WRITE" or "in the contents of 000000101" and the like.
 std::string reasonOf(const OtherSection& other);
 
-/// Warns that ramgraft's search doesn't arrive at the EBR.
-void warnOfHidden(const std::string& identifier, const EbrCommand& command, Messages& messages);
-/// The same for each usable one of `walked`, which lookUpOnWalk() gives, if that is so.
+/// Warns if ramgraft's search doesn't arrive at an EBR of the table's walk, and of what hides it.
+void warnOfHidden(const SectionTable& table, const EbrCommand& ebr, Messages& messages);
+/// The same for each usable one of `walked`, which lookUpOnWalk() gives.
 void warnOfHidden(const Bitstream& bitstream, const std::vector<Lookup>& walked,
                   Messages& messages);
 

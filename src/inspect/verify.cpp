@@ -6,6 +6,7 @@
 #include "companion/json.h"
 #include "companion/opening.h"
 #include "companion/options.h"
+#include "ebr/chain.h"
 #include "inspect/sections.h"
 #include "inspect/subcommands.h"
 #include "reports/ebrs.h"
@@ -95,13 +96,14 @@ void printWarnings(const Verification& result, const MemoryInputs& inputs, Messa
   }
 }
 
-// Where the EBR is that a run can't reach, if it is on the walk. Contents that the run writes into
-// other EBRs can hide it, too.
-std::string remarkOn(const Lookup& failed, const std::vector<Lookup>& walked) {
-  const Lookup& lookup = *std::ranges::find(walked, failed.wid, &Lookup::wid);
-  const std::uint64_t bit = lookup.command.opcodeIndex;
-  if (!lookup.isUsable() || (failed.isFound() && failed.command.opcodeIndex == bit)) return "";
-  return "; it is at bit " + to_string(bit) + ", where ramgraft's search doesn't arrive";
+// Where the EBR is that the run doesn't come to, and why. The run has written into the stream until
+// then, which can hide an EBR, too.
+std::string remarkOn(const std::string& wid, const OpenStream& stream) {
+  const auto hidden =
+      SectionTable(stream.bitstream, findAllSections(stream.bitstream), wid.size()).findHidden(wid);
+  if (!hidden) return "";
+  return "; it is at bit " + to_string(hidden->section) + ": " +
+         textOf(hidden->hiding, stream.bitstream);
 }
 
 void printText(const Verification& result, const MemoryInputs& inputs, StandardOutput& output) {
@@ -178,8 +180,9 @@ struct Verify {
     const std::vector<Lookup> walked = lookUpOnWalk(stream.bitstream, inputs.wids);
     warnOfHidden(stream.bitstream, walked, messages);
     const Verification result = verify(inputs, stream.bitstream);
-    if (result.failed)
-      return messages.refuse(textOf(*result.failed) + remarkOn(*result.failed, walked));
+    if (result.failed) {
+      return messages.refuse(textOf(*result.failed) + remarkOn(result.failed->wid, stream));
+    }
     printWarnings(result, inputs, messages);
     StandardOutput output;
     isJson ? printJson(result, inputs, names, messages, output) : printText(result, inputs, output);

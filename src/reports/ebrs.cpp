@@ -1,5 +1,6 @@
 #include "reports/ebrs.h"
 
+#include "ebr/section.h"
 #include "reports/text.h"
 
 using std::to_string;
@@ -88,11 +89,31 @@ std::vector<std::string> warningsOf(const GraftReport& report, const std::string
                        " words of 8 bits, the EBR takes " + to_string(report.writtenWords) +
                        ": the rest is not written");
   }
-  if (report.hiddenCommand != NOT_FOUND) {
-    warnings.push_back(ebr +
-                       "the new contents end like an EBR address section, which hides the EBR "
-                       "command at bit " +
-                       to_string(report.hiddenCommand) + " from every search");
-  }
   return warnings;
+}
+
+std::string textOf(const Hiding& hiding, const Bitstream& bitstream) {
+  using enum Hiding::Kind;
+  const std::string bit = to_string(hiding.section);
+  std::string place;
+  if (hiding.around) {
+    const EbrCommand& around = *hiding.around;
+    place.append(" in the ").append(fieldOf(around, hiding.section)).append(" of EBR ");
+    place += excerptOf(identifierOf(bitstream, around.opcodeIndex, around.identifierBits));
+  }
+  switch (hiding.kind) {
+    case REACHES_INTO:
+      return "what looks like an address at bit " + bit + place + " reaches into it";
+    case COMES_FIRST:
+      return "what looks like its address comes first, at bit " + bit + place;
+    case OVERWRITTEN:
+      break;
+  }
+  return "it is overwritten" + place;
+}
+
+std::string textOf(const HiddenCommand& command, const Bitstream& bitstream, bool isNew) {
+  return "EBR " + excerptOf(command.identifier) + " at bit " + to_string(command.section) +
+         (isNew ? " is now" : " is") +
+         " hidden from ramgraft: " + textOf(command.hiding, bitstream);
 }

@@ -31,4 +31,10 @@ std::string crcWarningOf(const CrcCheck& crc, const std::string& wid);
 /// A sentence for each thing that is probably a mistake. The wid is that of the EBR.
 std::vector<std::string> warningsOf(const GraftReport& report, const std::string& wid);
 
+/// What keeps ramgraft's search from an EBR: a clause about "it".
+std::string textOf(const Hiding& hiding, const Bitstream& bitstream);
+
+/// The sentence that says so, with "now" if that is new. It names the EBR.
+std::string textOf(const HiddenCommand& command, const Bitstream& bitstream, bool isNew);
+
 #endif

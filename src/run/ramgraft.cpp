@@ -20,20 +20,31 @@ bool load(const InputNames& names, MemoryInputs& inputs, Bitstream& bitstream,
   return printInputFault(loadBitstream(names.bit, bitstream, bitFile));
 }
 
+// Contents that look like an address can hide an EBR, also those that the run has written.
+void explain(const Lookup& failed, const Bitstream& bitstream) {
+  const SectionTable table(bitstream, findAllSections(bitstream), failed.wid.size());
+  const std::optional<HiddenCommand> hidden = table.findHidden(failed.wid);
+  if (hidden) printDiagnostic(textOf(*hidden, bitstream, false), "; ramgraft-load finds it");
+}
+
 bool replaceAllContents(const MemoryInputs& inputs, Bitstream& bitstream) {
-  const std::string outOf = "/" + std::to_string(inputs.wids.size()) + ")";
+  const std::string numEbrs = std::to_string(inputs.wids.size());
   const auto printProgress = [&](std::size_t ebr, const Lookup& lookup) {
     printLine("STATUS: Replacing contents of EBR ID# ", lookup.wid, " (", std::to_string(ebr + 1),
-              outOf);
+              "/", numEbrs, ")");
   };
   const auto printWarnings = [&](std::size_t ebr, const GraftReport& report) {
     for (const std::string& warning : warningsOf(report, inputs.wids[ebr])) printWarning(warning);
   };
+  const auto printLost = [&](const HiddenCommand& lost) {
+    printWarning(textOf(lost, bitstream, true));
+  };
   const std::optional<Lookup> failed =
-      graftEbrs(bitstream, inputs.wids, *inputs.words, {printProgress, printWarnings});
+      graftEbrs(bitstream, inputs.wids, *inputs.words, {printProgress, printWarnings, printLost});
   if (!failed) return true;
   const bool isMissing = failed->outcome == SectionChain::Outcome::NO_SECTION;
   printLine(isMissing ? "ERROR : " : "ERROR: ", detailOf(*failed, bitstream));
+  explain(*failed, bitstream);
   return false;
 }
 

@@ -55,8 +55,11 @@ MemoryGraft graftInMemory(std::vector<unsigned char>& bitstream,
   const auto grafted = [&](std::size_t, const GraftReport& report) {
     addTo(graft.ebrs.back(), report);
   };
+  const auto lost = [&](const HiddenCommand& command) {
+    graft.warnings.push_back(textOf(command, stream, true));
+  };
   const std::optional<Lookup> failed =
-      graftEbrs(stream, inputs.wids, *inputs.words, {found, grafted});
+      graftEbrs(stream, inputs.wids, *inputs.words, {found, grafted, lost});
   if (!failed) {
     std::copy_n(stream.getBytes(), bitstream.size(), bitstream.begin());
     return graft;

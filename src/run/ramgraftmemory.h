@@ -26,7 +26,8 @@ struct EbrReport {
 /// What became of a graft.
 struct MemoryGraft {
   std::string error;                  ///< a sentence: why nothing was changed; empty after success
-  std::vector<std::string> warnings;  ///< sentences about the words: what is probably a mistake
+  std::vector<std::string> warnings;  ///< sentences about the words and about EBRs that contents
+                                      ///< hide now: what is probably a mistake
   std::vector<EbrReport> ebrs;        ///< of each wid in turn, up to the first that can't be used
 
   bool isDone() const { return error.empty(); }

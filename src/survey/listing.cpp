@@ -3,16 +3,6 @@
 #include <algorithm>
 #include <iterator>
 
-namespace {
-
-// What of a command of the walk a bit belongs to that comes after its first.
-std::string_view fieldOf(const EbrCommand& command, std::uint64_t bitIndex) {
-  if (command.fault != CommandFault::NONE || bitIndex < command.payloadIndex) return "header";
-  return bitIndex < command.crcIndex() ? "contents" : "CRC";
-}
-
-}  // namespace
-
 void forEachEbr(const SectionTable& table, const std::function<void(const ListedEbr&)>& show) {
   ListedEbr ebr;  // kept, so that the room for its contents is
   for (const std::uint64_t section : table.getWalk()) {
@@ -23,7 +13,7 @@ void forEachEbr(const SectionTable& table, const std::function<void(const Listed
         readContents(table.getBitstream(), ebr.command, ebr.command.contentsBytes(), ebr.contents);
     ebr.used = ebr.contents.size() -
                static_cast<std::uint64_t>(std::count(ebr.contents.begin(), ebr.contents.end(), 0));
-    ebr.isHidden = table.isHidden(ebr.command);
+    ebr.hiding = table.findHiding(section);
     show(ebr);
   }
 }

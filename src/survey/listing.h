@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,7 +19,7 @@ struct ListedEbr {
   std::vector<unsigned char> contents;
   std::uint64_t used = 0;  ///< bytes of contents that aren't 0
   ContentsFacts facts;
-  bool isHidden = false;  ///< from ramgraft's search
+  std::optional<Hiding> hiding;  ///< if ramgraft's search doesn't arrive there
 };
 
 /// Calls `show` with each command of the walk that has a data section, in stream order.

@@ -49,6 +49,7 @@ Rehearsal rehearse(const MemoryInputs& inputs, Bitstream& bitstream) {
     pages.keep(lookup.command.payloadIndex, lookup.command.crcIndex() + CRC_BITS);
   };
   const auto ignore = [](std::size_t, const GraftReport&) {};
-  std::optional<Lookup> failed = graftEbrs(bitstream, inputs.wids, *inputs.words, {keep, ignore});
+  std::optional<Lookup> failed =
+      graftEbrs(bitstream, inputs.wids, *inputs.words, {keep, ignore, [](const HiddenCommand&) {}});
   return {std::move(failed), pages.areChanged()};
 }
