@@ -3,11 +3,15 @@
 
 install(TARGETS ramgraft RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 set(pages ramgraft)
+set(completions ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+install(FILES completion/ramgraft DESTINATION ${completions})
+file(MAKE_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/completion)
 foreach(companion ramgraft-inspect ramgraft-load)
   if(TARGET ${companion})
     install(TARGETS ${companion} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-    install(FILES completion/${companion}
-      DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+    # The shell looks for a file of the program's name.
+    file(CREATE_LINK ramgraft ${CMAKE_CURRENT_BINARY_DIR}/completion/${companion} SYMBOLIC)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/completion/${companion} DESTINATION ${completions})
     list(APPEND pages ${companion})
   endif()
 endforeach()

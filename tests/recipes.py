@@ -238,6 +238,25 @@ def check_keys(folder, programs):
         assert printed == expected, (name, printed ^ expected)
 
 
+def check_options(folder, programs):
+    """Completion offers files by their endings and every option, which the manual explains."""
+    script = 'source "$0"; COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)); "_${1//-/_}"'
+    def complete(*words):
+        command = ["bash", "-c", script + '; printf "%s\\n" "${COMPREPLY[@]}"',
+                   ROOT / "completion/ramgraft", *words]
+        return run(command, folder, programs).split()
+    assert complete("ramgraft", "design.bit", "ram.wid", "fi") == ["firmware.mem"]
+    assert complete("ramgraft", "design.bit", "link") == ["link.ld"]
+    subcommands = complete("ramgraft-inspect", "")[:-2]
+    assert "verify" in subcommands and "--version" not in subcommands, subcommands
+    for command in [["ramgraft-load"], *(["ramgraft-inspect", name] for name in subcommands)]:
+        manual = (ROOT / f"man/{command[0]}.1.in").read_text(encoding="utf-8")
+        options = complete(*command, "-")
+        assert "--help" in options and len(options) > 1, options
+        for option in options:
+            assert f".It Fl {option[1:]}" in manual, f"{command}: the manual lacks {option}"
+
+
 def check_loaded(folder, programs, bit_file, content):
     run(["ramgraft-load", "--check", "design.toml", bit_file, content], folder, programs)
 
@@ -271,6 +290,7 @@ def main():
         make_design(folder / "firmware")
         check_firmware(folder / "firmware", programs)
         check_keys(folder / "keys", programs)
+        check_options(folder / "keys", programs)
         count = run_recipes(folder, programs)
         check_make(folder / "load-make", programs)
         check_cmake(folder / "load-cmake", programs)
