@@ -25,7 +25,7 @@ constexpr bool isEnd(std::size_t type) { return type >= 7; }
 // Type of the data records that a file with this terminator has.
 constexpr std::size_t dataTypeOf(std::size_t endType) { return 10 - endType; }
 
-std::string typeText(std::size_t type) { return "S" + std::to_string(type); }
+std::string typeText(std::size_t type) { return {'S', "0123456789"[type]}; }
 
 class SRecordReader {
  public:
