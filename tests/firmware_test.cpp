@@ -19,31 +19,32 @@ std::string hex(std::int64_t value) {
   return text.data();
 }
 
-using Reader =
-    std::function<std::string(const std::string&, std::span<const unsigned char>, FirmwareImage&)>;
+using Reader = std::function<std::string(const std::string&, std::span<const unsigned char>,
+                                         FirmwareFacts&, const PieceVisitor&)>;
 
 // What a file named f contains, or what is wrong with it. The highest addresses are negative.
 std::string read(const Reader& reader, const std::string& bytes, bool isWide = true) {
-  FirmwareImage image;
-  const std::string fault = reader("f", {dataOf(bytes), bytes.size()}, image);
-  if (!fault.empty()) return fault;
+  std::string text;
   const auto address = [&](std::uint64_t value) {
     return hex(isWide ? static_cast<std::int64_t>(value) : static_cast<std::int32_t>(value));
   };
-  std::string text;
-  for (const Piece& piece : image.pieces) {
+  const auto addPiece = [&](const Piece& piece) {
     text += piece.section + "@" + address(piece.address) + "=";
     text.append(piece.bytes.begin(), piece.bytes.end());
     for (std::size_t i = 0; i < piece.bytes.size() && piece.line != 0; ++i) {
       text += std::to_string(piece.lineOf(i));
     }
     text += " ";
-  }
-  for (const Symbol& symbol : image.symbols) {
+    return "";
+  };
+  FirmwareFacts facts;
+  const std::string fault = reader("f", {dataOf(bytes), bytes.size()}, facts, addPiece);
+  if (!fault.empty()) return fault;
+  for (const Symbol& symbol : facts.symbols) {
     text +=
         std::string(symbol.name) + (symbol.isAbsolute ? ":=" : "=") + address(symbol.address) + " ";
   }
-  for (const std::string& note : image.notes) text += note;
+  for (const std::string& note : facts.notes) text += note;
   return text;
 }
 
@@ -113,7 +114,10 @@ TEST(Elf, ReadsOrRefuses) {
     }
   }
   const ElfFields stripped = {{"text.type", 8}, {"data.type", 8}, {"rom.filesz", MOST}};
-  EXPECT_EQ(read(readElfSymbols, elfFile(true, false, stripped)),
+  const auto readSymbols = [](const auto& name, auto bytes, auto& facts, const auto&) {
+    return readElfSymbols(name, bytes, facts);
+  };
+  EXPECT_EQ(read(readSymbols, elfFile(true, false, stripped)),
             "absolute:=20000002 blank=1010 counter=100a main=1005 ");
   EXPECT_EQ(read(readElf,
                  "\x7F"

@@ -50,6 +50,17 @@ void JsonObject::addElement(const Json& value) {
   output.write(spell(value));
 }
 
+void JsonObject::beginElement() {
+  separate();
+  output.write("{");
+  isFirst = true;
+}
+
+void JsonObject::endElement() {
+  output.write("}");
+  isFirst = false;
+}
+
 void JsonObject::endList() {
   output.write("]");
   isFirst = false;

@@ -20,6 +20,9 @@ class JsonObject {
   /// Begins a list; until endList() only its elements may be added.
   void beginList(const std::string& key);
   void addElement(const Json& value);
+  /// Begins an element that is an object itself; until endElement() members are added to it.
+  void beginElement();
+  void endElement();
   void endList();
   /// Adds the warnings, and ends the object and its line.
   void end(const std::vector<std::string>& warnings);

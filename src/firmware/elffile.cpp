@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <tuple>
+#include <utility>
 
 #include "reports/position.h"
 
@@ -62,8 +63,8 @@ bool contains(const GElf_Phdr& segment, const GElf_Shdr& section) {
 class ElfReader {
  public:
   ElfReader(const std::string& file, std::span<const unsigned char> fileBytes,
-            FirmwareImage& firmware)
-      : fileName(file), bytes(fileBytes), image(firmware) {}
+            FirmwareFacts& factsOfFile, PieceVisitor toVisit)
+      : fileName(file), bytes(fileBytes), facts(factsOfFile), visit(std::move(toVisit)) {}
 
   std::string readAll() {
     if (std::string wrong = readHeaders(); !wrong.empty()) return wrong;
@@ -96,7 +97,7 @@ class ElfReader {
     }
     if (gelf_getclass(elf.get()) == ELFCLASS32) lastAddress = UINT32_MAX;
     const bool isLittle = header.e_ident[EI_DATA] == ELFDATA2LSB;
-    image.byteOrder = isLittle ? std::endian::little : std::endian::big;
+    facts.byteOrder = isLittle ? std::endian::little : std::endian::big;
     return checkKind();
   }
 
@@ -179,7 +180,7 @@ class ElfReader {
     if (std::any_of(segments.begin(), segments.end(), hasPhysical)) return;
     if (std::none_of(segments.begin(), segments.end(), hasVirtual)) return;
     for (Segment& segment : segments) segment.header.p_paddr = segment.header.p_vaddr;
-    image.notes.push_back(fault("all physical addresses are 0, so the virtual ones count"));
+    facts.notes.push_back(fault("all physical addresses are 0, so the virtual ones count"));
   }
 
   std::string readSections() {
@@ -215,12 +216,12 @@ class ElfReader {
     if (std::string wrong = sections.empty() ? addSegments() : addSections(); !wrong.empty()) {
       return wrong;
     }
-    return image.pieces.empty() ? fault("no bytes to load") : "";
+    return loadedBytes == 0 ? fault("no bytes to load") : "";
   }
 
   std::string addSegments() {
     if (segments.empty()) return {};
-    image.notes.push_back(fault("no sections, so all bytes of the segments count"));
+    facts.notes.push_back(fault("no sections, so all bytes of the segments count"));
     for (const Segment& segment : segments) {
       const GElf_Phdr& load = segment.header;
       std::string wrong = addPiece(nameOf(segment), load.p_paddr, 0, load.p_offset, load.p_filesz);
@@ -251,7 +252,7 @@ class ElfReader {
     if (numStrays == 0) return;
     const std::string others =
         numStrays == 1 ? " is" : " and " + std::to_string(numStrays - 1) + " more are";
-    image.notes.push_back(
+    facts.notes.push_back(
         fault(firstStray + others + " in no segment, so the sections' own addresses count"));
   }
 
@@ -284,8 +285,7 @@ class ElfReader {
     loadedBytes += size;  // no overflow: neither is longer than the file
     if (loadedBytes > bytes.size())
       return fault(name + " shares its bytes of the file with others");
-    image.pieces.push_back({base + addressOffset, bytes.subspan(fileOffset, size), name, 0, 0});
-    return {};
+    return visit({base + addressOffset, bytes.subspan(fileOffset, size), name, 0, 0});
   }
 
   std::string nameOf(const Segment& segment) const {
@@ -335,7 +335,7 @@ class ElfReader {
     GElf_Sym symbol;
     for (int i = 0; gelf_getsym(data, i, &symbol) != nullptr; ++i)
       addSymbol(symbol, symbols.sh_link);
-    std::sort(image.symbols.begin(), image.symbols.end(), [](const Symbol& a, const Symbol& b) {
+    std::sort(facts.symbols.begin(), facts.symbols.end(), [](const Symbol& a, const Symbol& b) {
       return std::tie(a.name, a.address) < std::tie(b.name, b.address);
     });
     return {};
@@ -350,10 +350,10 @@ class ElfReader {
     // Here the lowest bit of a function's address says which instruction set the function is in.
     if (header.e_machine == EM_ARM && type == STT_FUNC) address &= ~UINT64_C(1);
     if (symbol.st_shndx == SHN_ABS) {
-      image.symbols.push_back({name, address, true});
+      facts.symbols.push_back({name, address, true});
     } else if (symbol.st_shndx < std::min<std::size_t>(sections.size(), SHN_LORESERVE) &&
                isAllocated(sections[symbol.st_shndx].header)) {
-      image.symbols.push_back({name, loadAddress(sections[symbol.st_shndx], address), false});
+      facts.symbols.push_back({name, loadAddress(sections[symbol.st_shndx], address), false});
     }
   }
 
@@ -368,7 +368,8 @@ class ElfReader {
 
   const std::string& fileName;
   std::span<const unsigned char> bytes;
-  FirmwareImage& image;
+  FirmwareFacts& facts;
+  PieceVisitor visit;
   std::unique_ptr<Elf, decltype(&elf_end)> elf = {nullptr, &elf_end};
   GElf_Ehdr header = {};
   bool haveBytes = false;  // some of the sections that are part of the program
@@ -384,11 +385,11 @@ class ElfReader {
 }  // namespace
 
 std::string readElf(const std::string& fileName, std::span<const unsigned char> bytes,
-                    FirmwareImage& image) {
-  return ElfReader(fileName, bytes, image).readAll();
+                    FirmwareFacts& facts, const PieceVisitor& visit) {
+  return ElfReader(fileName, bytes, facts, visit).readAll();
 }
 
 std::string readElfSymbols(const std::string& fileName, std::span<const unsigned char> bytes,
-                           FirmwareImage& image) {
-  return ElfReader(fileName, bytes, image).readSymbolsOnly();
+                           FirmwareFacts& facts) {
+  return ElfReader(fileName, bytes, facts, nullptr).readSymbolsOnly();
 }

@@ -13,11 +13,11 @@
 /// and stay if it has none; only symbols of such sections and absolute ones are given, and no names
 /// longer than 4096 bytes.
 std::string readElf(const std::string& fileName, std::span<const unsigned char> bytes,
-                    FirmwareImage& image);
+                    FirmwareFacts& facts, const PieceVisitor& visit);
 
 /// Reads the symbols and the byte order alone. The file need not contain the bytes of its sections,
 /// but must be an executable. Fails like readElf().
 std::string readElfSymbols(const std::string& fileName, std::span<const unsigned char> bytes,
-                           FirmwareImage& image);
+                           FirmwareFacts& facts);
 
 #endif

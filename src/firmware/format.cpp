@@ -21,8 +21,9 @@ std::optional<Format> detectFormat(std::span<const unsigned char> bytes) {
 }
 
 std::string readFirmware(Format format, const std::string& fileName,
-                         std::span<const unsigned char> bytes, FirmwareImage& image) {
-  if (format == Format::ELF) return readElf(fileName, bytes, image);
-  if (format == Format::INTEL_HEX) return readIntelHex(fileName, bytes, image);
-  return readSRecord(fileName, bytes, image);
+                         std::span<const unsigned char> bytes, FirmwareFacts& facts,
+                         const PieceVisitor& visit) {
+  if (format == Format::ELF) return readElf(fileName, bytes, facts, visit);
+  if (format == Format::INTEL_HEX) return readIntelHex(fileName, bytes, visit);
+  return readSRecord(fileName, bytes, visit);
 }

@@ -26,16 +26,15 @@ constexpr std::uint64_t LINEAR_BYTES = UINT64_C(1) << 32;
 class IntelHexReader {
  public:
   IntelHexReader(const std::string& fileName, std::span<const unsigned char> bytes,
-                 FirmwareImage& firmware)
-      : image(firmware), lines(FORM, fileName, bytes), pieces(firmware, bytes.size()) {}
+                 const PieceVisitor& visit)
+      : lines(FORM, fileName, bytes), pieces(visit, bytes.size()) {}
 
   std::string read() {
     while (lines.next()) {
       if (std::string wrong = readRecord(); !wrong.empty()) return wrong;
     }
     if (endLine == 0) return lines.fileFault("no end record, so the file may be cut off");
-    if (image.pieces.empty()) return lines.fileFault("no data");
-    return {};
+    return pieces.isEmpty() ? lines.fileFault("no data") : pieces.finish();
   }
 
  private:
@@ -72,11 +71,9 @@ class IntelHexReader {
     if (base + offset + data.size() > LINEAR_BYTES) {
       return lines.fault("data past the last address");
     }
-    pieces.add(base + offset, data, lines.lineNumber());
-    return {};
+    return pieces.add(base + offset, data, lines.lineNumber());
   }
 
-  FirmwareImage& image;
   RecordLines lines;
   RecordPieces pieces;
   std::uint64_t base = 0;
@@ -87,6 +84,6 @@ class IntelHexReader {
 }  // namespace
 
 std::string readIntelHex(const std::string& fileName, std::span<const unsigned char> bytes,
-                         FirmwareImage& image) {
-  return IntelHexReader(fileName, bytes, image).read();
+                         const PieceVisitor& visit) {
+  return IntelHexReader(fileName, bytes, visit).read();
 }

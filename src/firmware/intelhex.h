@@ -10,6 +10,6 @@
 /// readFirmware() for Intel HEX. Start addresses are checked for their length and otherwise
 /// ignored.
 std::string readIntelHex(const std::string& fileName, std::span<const unsigned char> bytes,
-                         FirmwareImage& image);
+                         const PieceVisitor& visit);
 
 #endif

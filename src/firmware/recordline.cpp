@@ -92,33 +92,37 @@ std::string RecordLines::fileFault(const std::string& what) const {
   return positionText(fileName) + what;
 }
 
-// The pieces point into the storage, so it must never move: two digits make a byte, so half of the
-// file is room enough. What isn't used is never touched, and costs no memory.
-RecordPieces::RecordPieces(FirmwareImage& firmware, std::size_t fileBytes) : image(firmware) {
-  image.storage.reserve(fileBytes / 2);
+// Two digits make a byte, so half of the file is room enough. What isn't used is never touched, and
+// costs no memory.
+RecordPieces::RecordPieces(const PieceVisitor& toVisit, std::size_t fileBytes) : visit(toVisit) {
+  bytes.reserve(fileBytes / 2);
 }
 
-void RecordPieces::add(std::uint64_t address, std::span<const unsigned char> data,
-                       std::uint64_t line) {
-  if (data.empty()) return;
-  const unsigned char* const stored = image.storage.data() + image.storage.size();
-  image.storage.insert(image.storage.end(), data.begin(), data.end());
-  if (continuesPiece(address, data.size(), line)) {
-    Piece& piece = image.pieces.back();
-    piece.bytes = {piece.bytes.data(), piece.bytes.size() + data.size()};
-  } else {
-    image.pieces.push_back({address, {stored, data.size()}, {}, line, data.size()});
+std::string RecordPieces::add(std::uint64_t address, std::span<const unsigned char> data,
+                              std::uint64_t line) {
+  if (data.empty()) return {};
+  if (!continuesPiece(address, data.size(), line)) {
+    if (std::string wrong = finish(); !wrong.empty()) return wrong;
+    piece = {address, {}, {}, line, data.size()};
   }
+  bytes.insert(bytes.end(), data.begin(), data.end());
   lastLine = line;
   lastBytes = data.size();
+  return {};
+}
+
+std::string RecordPieces::finish() {
+  if (bytes.empty()) return {};
+  piece.bytes = bytes;
+  std::string wrong = visit(piece);
+  bytes.clear();
+  return wrong;
 }
 
 // A piece's records must follow each other in address and line, and all but the last must be
 // equally long, so that a byte's offset says its line.
 bool RecordPieces::continuesPiece(std::uint64_t address, std::size_t size,
                                   std::uint64_t line) const {
-  if (image.pieces.empty()) return false;
-  const Piece& piece = image.pieces.back();
-  return address == piece.address + piece.bytes.size() && line == lastLine + 1 &&
+  return !bytes.empty() && address == piece.address + bytes.size() && line == lastLine + 1 &&
          lastBytes == piece.recordBytes && size <= lastBytes;
 }

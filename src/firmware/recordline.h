@@ -60,21 +60,28 @@ class RecordLines {
   std::vector<unsigned char> bytes;
 };
 
-/// Collects the data of records as an image's pieces.
+/// Makes pieces of the data of records. The functions that return a sentence return the visitor's.
 class RecordPieces {
  public:
-  /// `fileBytes`: how long the file is, two digits for each byte of data at least.
-  RecordPieces(FirmwareImage& firmware, std::size_t fileBytes);
+  /// `toVisit` must live as long as this. `fileBytes`: how long the file is, two digits for each
+  /// byte of data at least.
+  RecordPieces(const PieceVisitor& toVisit, std::size_t fileBytes);
 
   /// Adds the data of the record in line `line`. Data of no bytes leave no trace.
-  void add(std::uint64_t address, std::span<const unsigned char> data, std::uint64_t line);
+  std::string add(std::uint64_t address, std::span<const unsigned char> data, std::uint64_t line);
+  /// Ends the last piece.
+  std::string finish();
+  /// True if there have been no data.
+  bool isEmpty() const { return lastLine == 0; }
 
  private:
   bool continuesPiece(std::uint64_t address, std::size_t size, std::uint64_t line) const;
 
-  FirmwareImage& image;
-  std::uint64_t lastLine = 0;  ///< of the last record added
-  std::size_t lastBytes = 0;   ///< of the last record added
+  const PieceVisitor& visit;
+  Piece piece;                       ///< that isn't ended yet
+  std::vector<unsigned char> bytes;  ///< of that piece
+  std::uint64_t lastLine = 0;        ///< of the last record added
+  std::size_t lastBytes = 0;         ///< of the last record added
 };
 
 #endif

@@ -30,16 +30,15 @@ std::string typeText(std::size_t type) { return {'S', "0123456789"[type]}; }
 class SRecordReader {
  public:
   SRecordReader(const std::string& fileName, std::span<const unsigned char> bytes,
-                FirmwareImage& firmware)
-      : image(firmware), lines(FORM, fileName, bytes), pieces(firmware, bytes.size()) {}
+                const PieceVisitor& visit)
+      : lines(FORM, fileName, bytes), pieces(visit, bytes.size()) {}
 
   std::string read() {
     while (lines.next()) {
       if (std::string wrong = readRecord(); !wrong.empty()) return wrong;
     }
     if (endLine == 0) return lines.fileFault("no S7, S8 or S9 record, so the file may be cut off");
-    if (image.pieces.empty()) return lines.fileFault("no data");
-    return {};
+    return pieces.isEmpty() ? lines.fileFault("no data") : pieces.finish();
   }
 
  private:
@@ -76,8 +75,7 @@ class SRecordReader {
       return lines.fault("data past the last address of an " + typeText(type) + " record");
     }
     ++numRecords[type];
-    pieces.add(address, data, lines.lineNumber());
-    return {};
+    return pieces.add(address, data, lines.lineNumber());
   }
 
   std::string checkCount(std::size_t type) const {
@@ -94,12 +92,11 @@ class SRecordReader {
   std::string readEnd(std::size_t type) {
     endLine = lines.lineNumber();
     const std::size_t matching = dataTypeOf(type);
-    if (image.pieces.empty() || numRecords[matching] != 0) return {};
+    if (pieces.isEmpty() || numRecords[matching] != 0) return {};
     return lines.fault(typeText(type) + " ends a file with " + typeText(matching) +
                        " records, and there are none");
   }
 
-  FirmwareImage& image;
   RecordLines lines;
   RecordPieces pieces;
   std::array<std::uint64_t, 4> numRecords = {};  ///< by type
@@ -109,6 +106,6 @@ class SRecordReader {
 }  // namespace
 
 std::string readSRecord(const std::string& fileName, std::span<const unsigned char> bytes,
-                        FirmwareImage& image) {
-  return SRecordReader(fileName, bytes, image).read();
+                        const PieceVisitor& visit) {
+  return SRecordReader(fileName, bytes, visit).read();
 }

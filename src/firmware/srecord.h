@@ -10,6 +10,6 @@
 /// readFirmware() for S-record. Headers and start addresses are checked for their form and
 /// otherwise ignored.
 std::string readSRecord(const std::string& fileName, std::span<const unsigned char> bytes,
-                        FirmwareImage& image);
+                        const PieceVisitor& visit);
 
 #endif

@@ -88,49 +88,25 @@ std::string enterMemory(const Wanted& wanted, const Map& map, const AddressSpace
 }
 
 // Text words become pieces of bytes in the order of their memory.
-std::string readWords(const Wanted& wanted, const Map& map, const AddressSpace& addresses,
-                      Content& content) {
-  std::string refusal = enterMemory(wanted, map, addresses, content.place);
-  if (!refusal.empty()) return refusal;
+std::string readWords(const Content& content, const Map& map, const PieceVisitor& visit) {
   const Memory& memory = map.memories[*content.place.memory];
+  const std::uint64_t wordBytes = memory.wordBytes();
   WordText words;
   const WordTextFault fault = readWordText(content.bytes.text(), memory.wordBits,
                                            memory.order.value_or(std::endian::big), words);
   if (!fault.text.empty()) return positionText(content.file, fault.line, fault.column) + fault.text;
   if (words.runs.empty()) return content.file + ": holds no words";
-  content.image.storage = std::move(words.bytes);
   for (const WordRun& run : words.runs) {
-    const std::uint64_t wordBytes = memory.wordBytes();
     if (run.firstWord > UINT64_MAX / wordBytes) {
       return positionText(content.file, run.line) + "word " + spellHex(run.firstWord) +
              " has no room in " + nameWithLine(map, memory);
     }
-    const auto bytes =
-        std::span(content.image.storage).subspan(run.firstByte, run.words * wordBytes);
-    content.image.pieces.push_back(
-        {run.firstWord * wordBytes, bytes, "", run.line, run.lineWords * wordBytes});
+    std::string wrong = visit({run.firstWord * wordBytes,
+                               std::span(words.bytes).subspan(run.firstByte, run.words * wordBytes),
+                               "", run.line, run.lineWords * wordBytes});
+    if (!wrong.empty()) return wrong;
   }
   return "";
-}
-
-std::string readPieces(const Wanted& wanted, const Map& map, const AddressSpace& addresses,
-                       Content& content) {
-  const std::span<const unsigned char> bytes(content.bytes.data(), content.bytes.size());
-  switch (content.format) {
-    case ContentFormat::ELF:
-      return readFirmware(Format::ELF, content.file, bytes, content.image);
-    case ContentFormat::INTEL_HEX:
-      return readFirmware(Format::INTEL_HEX, content.file, bytes, content.image);
-    case ContentFormat::S_RECORD:
-      return readFirmware(Format::S_RECORD, content.file, bytes, content.image);
-    case ContentFormat::BIN:
-      if (bytes.empty()) return content.file + ": holds no bytes";
-      content.image.pieces.push_back({0, bytes, "", 0, 0});
-      return "";
-    case ContentFormat::WORDS:
-      break;
-  }
-  return readWords(wanted, map, addresses, content);
 }
 
 std::string readBytes(const std::string& file, Content& content) {
@@ -160,7 +136,7 @@ std::string Content::originOf(const Piece& piece, std::uint64_t offset) const {
   return line == 0 ? file : file + ", line " + std::to_string(line);
 }
 
-std::string readContent(const std::string& argument, const Map& map, const AddressSpace& addresses,
+std::string openContent(const std::string& argument, const Map& map, const AddressSpace& addresses,
                         Content& content) {
   const Wanted wanted = parseArgument(argument);
   std::string fault;
@@ -169,17 +145,31 @@ std::string readContent(const std::string& argument, const Map& map, const Addre
   if (!fault.empty()) return fault;
   content.format = formatOf(wanted, {content.bytes.data(), content.bytes.size()});
   if (wanted.place.empty() && !saysAddresses(content.format)) return noAddress(wanted.file, map);
-  fault = readPieces(wanted, map, addresses, content);
-  // Text formats have been copied.
-  if (content.format != ContentFormat::ELF && content.format != ContentFormat::BIN) {
-    content.bytes = ByteBuffer();
+  if (content.format != ContentFormat::WORDS) return "";
+  return enterMemory(wanted, map, addresses, content.place);
+}
+
+std::string readPieces(const Content& content, const Map& map, FirmwareFacts& facts,
+                       const PieceVisitor& visit) {
+  const std::span<const unsigned char> bytes(content.bytes.data(), content.bytes.size());
+  switch (content.format) {
+    case ContentFormat::ELF:
+      return readFirmware(Format::ELF, content.file, bytes, facts, visit);
+    case ContentFormat::INTEL_HEX:
+      return readFirmware(Format::INTEL_HEX, content.file, bytes, facts, visit);
+    case ContentFormat::S_RECORD:
+      return readFirmware(Format::S_RECORD, content.file, bytes, facts, visit);
+    case ContentFormat::BIN:
+      return bytes.empty() ? content.file + ": holds no bytes" : visit({0, bytes, "", 0, 0});
+    case ContentFormat::WORDS:
+      break;
   }
-  return fault;
+  return readWords(content, map, visit);
 }
 
 std::string readSymbolFile(const std::string& file, Content& content) {
   content.format = ContentFormat::ELF;
   std::string fault = readBytes(file, content);
   if (!fault.empty()) return fault;
-  return readElfSymbols(file, {content.bytes.data(), content.bytes.size()}, content.image);
+  return readElfSymbols(file, {content.bytes.data(), content.bytes.size()}, content.facts);
 }

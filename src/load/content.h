@@ -19,14 +19,14 @@ enum class ContentFormat { ELF, INTEL_HEX, S_RECORD, BIN, WORDS };
 /// The format as the command line and reports name it: "elf", "hex", "srec", "bin", "mem".
 std::string_view nameOf(ContentFormat format);
 
-/// A content file that has been read.
+/// A content file.
 struct Content {
   std::string file;  ///< its name as given
   FileIdentity identity;
   ContentFormat format = ContentFormat::BIN;
-  Place place;          ///< where address 0 of the pieces is
-  FirmwareImage image;  ///< its pieces; of text words those of one memory, addresses from its start
-  ByteBuffer bytes;     ///< of the file, as far as `image` refers to them
+  Place place;          ///< where address 0 of its pieces is
+  ByteBuffer bytes;     ///< of the file
+  FirmwareFacts facts;  ///< known once the pieces have been read
 
   /// Where the symbol is; nothing past 2^64 - 1.
   std::optional<Place> placeOf(const Symbol& symbol) const;
@@ -38,12 +38,17 @@ struct Content {
 /// The file that the command line's `argument` names.
 std::string fileOf(const std::string& argument);
 
-/// Reads the content that the command line's `argument` names into `content`, which is fresh.
+/// Opens the content that the command line's `argument` names, in `content`, which is fresh.
 /// Returns the sentence that says what is wrong and where, empty if nothing is.
-std::string readContent(const std::string& argument, const Map& map, const AddressSpace& addresses,
+std::string openContent(const std::string& argument, const Map& map, const AddressSpace& addresses,
                         Content& content);
 
-/// Reads an ELF file whose symbols count, but not its contents. Returns as readContent() does.
+/// Reads the pieces of an open content as readFirmware() does, in any format; pieces of text words
+/// are bytes of one memory. Can be done again, with other `facts` than the content's own.
+std::string readPieces(const Content& content, const Map& map, FirmwareFacts& facts,
+                       const PieceVisitor& visit);
+
+/// Reads an ELF file whose symbols count, but not its contents. Returns as openContent() does.
 std::string readSymbolFile(const std::string& file, Content& content);
 
 #endif

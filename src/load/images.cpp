@@ -37,7 +37,11 @@ void fillGaps(std::span<const unsigned char> pattern, MemoryImage& image) {
 }  // namespace
 
 Images::Images(const Map& itsMap, const AddressSpace& itsAddresses)
-    : map(itsMap), addresses(itsAddresses), images(itsMap.memories.size()) {}
+    : map(itsMap),
+      addresses(itsAddresses),
+      images(itsMap.memories.size()),
+      memoryShares(itsMap.memories.size()),
+      outsideShares(itsMap.outside.size()) {}
 
 MemoryImage& Images::open(std::size_t number) {
   const Memory& memory = map.memories[number];
@@ -50,21 +54,29 @@ MemoryImage& Images::open(std::size_t number) {
   return image;
 }
 
-std::string Images::place(const Content& content, bool anyByteOrder) {
+std::string Images::place(Content& content, bool anyByteOrder) {
   takesAnyByteOrder = anyByteOrder;
-  for (const Piece& piece : content.image.pieces) {
-    if (std::string fault = placePiece(content, piece); !fault.empty()) return fault;
-  }
-  return "";
+  contents.push_back(&content);
+  const RangeVisitor putRange = [&](const LoadedRange& range) { return put(range); };
+  return readPieces(content, map, content.facts,
+                    [&](const Piece& piece) { return split(content, piece, putRange); });
 }
 
-std::string Images::placePiece(const Content& content, const Piece& piece) {
+std::string Images::forEachRange(const Content& content, const RangeVisitor& visit) const {
+  FirmwareFacts knownFacts;
+  return readPieces(content, map, knownFacts,
+                    [&](const Piece& piece) { return split(content, piece, visit); });
+}
+
+// Visits the ranges to which the bytes of a piece go.
+std::string Images::split(const Content& content, const Piece& piece,
+                          const RangeVisitor& visit) const {
   const std::optional<Place> place = content.place.after(piece.address);
   if (!place || !place->after(piece.bytes.size() - 1)) {
     return content.originOf(piece, 0) + ": " + countOf(piece.bytes.size(), "byte") +
            " run past the address 2^64 - 1";
   }
-  if (!place->memory) return placeAtAddresses(content, piece, place->value);
+  if (!place->memory) return splitAtAddresses(content, piece, place->value, visit);
   const Memory& memory = map.memories[*place->memory];
   if (std::string fault = refuse(content, memory); !fault.empty()) return fault;
   if (place->value > memory.bytes()) {
@@ -74,12 +86,12 @@ std::string Images::placePiece(const Content& content, const Piece& piece) {
   }
   const std::uint64_t room = memory.bytes() - place->value;
   if (piece.bytes.size() > room) return tooLong(content, piece, room, memory);
-  return put({&content, &piece, 0, place->memory, 0, place->value, piece.bytes.size()});
+  return visit({content, piece, 0, place->memory, 0, place->value, piece.bytes.size()});
 }
 
 // A piece may reach over the end of a memory into the next one.
-std::string Images::placeAtAddresses(const Content& content, const Piece& piece,
-                                     std::uint64_t address) {
+std::string Images::splitAtAddresses(const Content& content, const Piece& piece,
+                                     std::uint64_t address, const RangeVisitor& visit) const {
   const Memory* before = nullptr;
   for (std::uint64_t done = 0; done < piece.bytes.size();) {
     const AddressRange* const range = addresses.find(address + done);
@@ -90,9 +102,9 @@ std::string Images::placeAtAddresses(const Content& content, const Piece& piece,
     const std::uint64_t offset = address + done - range->first;
     const std::uint64_t most = range->last - (address + done);  // without the last byte
     const std::uint64_t bytes = std::min(piece.bytes.size() - done - 1, most) + 1;
-    LoadedRange loaded = {&content, &piece, done, std::nullopt, 0, offset, bytes};
+    LoadedRange loaded = {content, piece, done, std::nullopt, 0, offset, bytes};
     (range->isOutside ? loaded.outside : loaded.memory.emplace()) = range->index;
-    if (std::string fault = put(loaded); !fault.empty()) return fault;
+    if (std::string fault = visit(loaded); !fault.empty()) return fault;
     before = range->isOutside ? nullptr : &map.memories[range->index];
     done += bytes;
   }
@@ -101,16 +113,20 @@ std::string Images::placeAtAddresses(const Content& content, const Piece& piece,
 
 // Puts bytes into the one memory that they are for.
 std::string Images::put(const LoadedRange& range) {
-  ranges.push_back(range);
+  Share& share = range.memory ? memoryShares[*range.memory] : outsideShares[range.outside];
+  share.bytes += range.bytes;
+  const std::string& file = range.content.file;
+  // The ranges come content by content.
+  if (share.files.empty() || share.files.back() != file) share.files.push_back(file);
   if (!range.memory) return "";
-  if (std::string fault = refuse(*range.content, map.memories[*range.memory]); !fault.empty()) {
+  if (std::string fault = refuse(range.content, map.memories[*range.memory]); !fault.empty()) {
     return fault;
   }
   MemoryImage& image = open(*range.memory);
   image.hasContent = true;
   image.isTouched.assign(image.isTouched.size(), true);
   const std::span<const unsigned char> bytes =
-      range.piece->bytes.subspan(range.pieceOffset, range.bytes);
+      range.piece.bytes.subspan(range.pieceOffset, range.bytes);
   const auto given = std::span(image.isGiven).subspan(range.offset, range.bytes);
   const auto taken = std::span(image.bytes).subspan(range.offset, range.bytes);
   for (std::size_t i = findByte(given, 1); i < given.size(); ++i) {
@@ -132,7 +148,7 @@ std::string Images::refuse(const Content& content, const Memory& memory) const {
            to_string(memory.wordBits) + " bits and takes text words only";
   }
   if (memory.wordBytes() > 1 && !memory.order) return needsOrder(map, memory);
-  const std::optional<std::endian> order = content.image.byteOrder;
+  const std::optional<std::endian> order = content.facts.byteOrder;
   if (order && memory.order && !takesAnyByteOrder && order != memory.order) {
     return content.file + ": its byte order is " +
            (*order == std::endian::little ? "little" : "big") + ", that of " +
@@ -174,19 +190,21 @@ std::string Images::inNoMemory(const Content& content, const Piece& piece, std::
 
 std::string Images::conflict(const LoadedRange& range, std::uint64_t i) const {
   const std::uint64_t at = range.offset + i;
-  const auto hasByte = [&](const LoadedRange& earlier) {
-    return earlier.memory == range.memory && earlier.offset <= at &&
-           at - earlier.offset < earlier.bytes;
+  const auto describe = [at](const LoadedRange& each) {
+    const std::uint64_t offset = each.pieceOffset + (at - each.offset);
+    return each.content.originOf(each.piece, offset) + " has " +
+           spellBytes(each.piece.bytes.subspan(offset, 1));
   };
-  const LoadedRange& earlier = *std::ranges::find_if(ranges, hasByte);
-  const Memory& memory = map.memories[*range.memory];
-  const auto byteOf = [&](const LoadedRange& each) {
-    return spellBytes(each.piece->bytes.subspan(each.pieceOffset + (at - each.offset), 1));
-  };
-  return range.content->originOf(*range.piece, range.pieceOffset + i) + " has " + byteOf(range) +
-         " at " + spellLocation(memory, at) + ", where " +
-         earlier.content->originOf(*earlier.piece, earlier.pieceOffset + (at - earlier.offset)) +
-         " has " + byteOf(earlier);
+  std::string earlier;
+  for (auto content = contents.begin(); earlier.empty(); ++content) {
+    earlier = forEachRange(**content, [&](const LoadedRange& each) {
+      const bool hasByte =
+          each.memory == range.memory && each.offset <= at && at - each.offset < each.bytes;
+      return hasByte ? describe(each) : "";
+    });
+  }
+  return describe(range) + " at " + spellLocation(map.memories[*range.memory], at) + ", where " +
+         earlier;
 }
 
 void Images::set(std::size_t memory, std::uint64_t offset, std::span<const unsigned char> bytes) {

@@ -3,7 +3,7 @@
 #define RAMGRAFT_LOAD_IMAGES_H
 
 #include <cstdint>
-#include <deque>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -13,15 +13,24 @@
 #include "layout/placement.h"
 #include "load/content.h"
 
-/// Bytes of a content that went to one memory or outside range.
+/// Bytes of a content that go to one memory or outside range.
 struct LoadedRange {
-  const Content* content = nullptr;
-  const Piece* piece = nullptr;
+  const Content& content;
+  const Piece& piece;
   std::uint64_t pieceOffset = 0;      ///< of the first byte in the piece
   std::optional<std::size_t> memory;  ///< its number in the map; none: an outside range
   std::size_t outside = 0;            ///< the number of that range
   std::uint64_t offset = 0;           ///< of the first byte in the memory or range
   std::uint64_t bytes = 0;
+};
+
+/// Takes a range as PieceVisitor takes a piece.
+using RangeVisitor = std::function<std::string(const LoadedRange&)>;
+
+/// What contents have for one memory or outside range.
+struct Share {
+  std::uint64_t bytes = 0;         ///< also those that two contents have
+  std::vector<std::string> files;  ///< in the contents' order
 };
 
 /// What is to stand in one memory.
@@ -42,7 +51,7 @@ class Images {
 
   /// Puts all bytes of a content where they belong. With `takesAnyByteOrder`, an ELF file's byte
   /// order doesn't matter. Returns the sentence that says why that can't be done, else empty.
-  std::string place(const Content& content, bool takesAnyByteOrder);
+  std::string place(Content& content, bool takesAnyByteOrder);
   /// Puts bytes into a memory at byte `offset`, over what contents have. They must fit.
   void set(std::size_t memory, std::uint64_t offset, std::span<const unsigned char> bytes);
   /// Fills in what nothing was given for: the memory's fill where a content put something into the
@@ -50,12 +59,15 @@ class Images {
   void complete(const Bitstream& bitstream, const Placement& placement, bool keepsRest);
 
   const MemoryImage& getImage(std::size_t memory) const { return images[memory]; }
-  /// Where the bytes of all contents went, in the contents' order.
-  const std::deque<LoadedRange>& getRanges() const { return ranges; }
+  const std::vector<Share>& getMemoryShares() const { return memoryShares; }
+  const std::vector<Share>& getOutsideShares() const { return outsideShares; }
+  /// Reads the content again and visits the ranges to which its bytes go, in its order.
+  std::string forEachRange(const Content& content, const RangeVisitor& visit) const;
 
  private:
-  std::string placePiece(const Content& content, const Piece& piece);
-  std::string placeAtAddresses(const Content& content, const Piece& piece, std::uint64_t address);
+  std::string split(const Content& content, const Piece& piece, const RangeVisitor& visit) const;
+  std::string splitAtAddresses(const Content& content, const Piece& piece, std::uint64_t address,
+                               const RangeVisitor& visit) const;
   std::string put(const LoadedRange& range);
   std::string refuse(const Content& content, const Memory& memory) const;
   std::string tooLong(const Content& content, const Piece& piece, std::uint64_t fitting,
@@ -69,7 +81,8 @@ class Images {
   const AddressSpace& addresses;
   bool takesAnyByteOrder = false;
   std::vector<MemoryImage> images;
-  std::deque<LoadedRange> ranges;
+  std::vector<Share> memoryShares, outsideShares;
+  std::vector<const Content*> contents;  ///< placed so far, and the one that is being placed
 };
 
 #endif

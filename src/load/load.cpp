@@ -108,7 +108,7 @@ class Load {
     for (const std::string& argument : options.contents) {
       if (fault.empty()) fault = refuseUsedPipe(fileOf(argument));
       if (!fault.empty()) return fault;
-      fault = readContent(argument, map, *addresses, contents.emplace_back());
+      fault = openContent(argument, map, *addresses, contents.emplace_back());
     }
     for (const std::string& file : options.symbolFiles) {
       if (fault.empty()) fault = refuseUsedPipe(file);
@@ -161,9 +161,9 @@ class Load {
 
   std::string fillImages() {
     images.emplace(map, *addresses);
-    for (const Content& content : contents) {
-      for (const std::string& note : content.image.notes) messages.note(note);
+    for (Content& content : contents) {
       std::string fault = images->place(content, options.takesAnyByteOrder);
+      for (const std::string& note : content.facts.notes) messages.note(note);
       if (!fault.empty()) return fault;
     }
     for (const std::string& argument : options.sets) {

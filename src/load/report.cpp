@@ -14,32 +14,6 @@ using std::to_string;
 
 constexpr std::uint64_t MOST_SHOWN = 10;
 
-// ---- What both forms need ----
-
-// What contents have for one memory or outside range.
-struct Share {
-  std::uint64_t bytes = 0;         // also those that two contents have
-  std::vector<std::string> files;  // in the contents' order
-
-  void add(const LoadedRange& range) {
-    bytes += range.bytes;
-    // The ranges come content by content.
-    if (files.empty() || files.back() != range.content->file) files.push_back(range.content->file);
-  }
-};
-
-// The shares of all memories and outside ranges.
-struct Shares {
-  std::vector<Share> memories, outside;
-
-  explicit Shares(const Report& report)
-      : memories(report.map.memories.size()), outside(report.map.outside.size()) {
-    for (const LoadedRange& range : report.images.getRanges()) {
-      (range.memory ? memories[*range.memory] : outside[range.outside]).add(range);
-    }
-  }
-};
-
 std::string join(const std::vector<std::string>& texts) {
   std::string all;
   for (const std::string& text : texts) all += (all.empty() ? "" : ", ") + text;
@@ -100,16 +74,17 @@ std::string stateOf(const Report& report, std::size_t number) {
          percentOf(image.loadedBytes, memory.bytes()) + ")";
 }
 
-void addMemories(const Report& report, const Shares& shares, Table& table) {
+void addMemories(const Report& report, Table& table) {
   for (std::size_t i = 0; i < report.map.memories.size(); ++i) {
     const Memory& memory = report.map.memories[i];
-    table.add(memory.name, rangeOf(memory), stateOf(report, i), join(shares.memories[i].files));
+    table.add(memory.name, rangeOf(memory), stateOf(report, i),
+              join(report.images.getMemoryShares()[i].files));
   }
 }
 
-void addOutside(const Report& report, const Shares& shares, Table& table) {
-  for (std::size_t i = 0; i < shares.outside.size(); ++i) {
-    const Share& share = shares.outside[i];
+void addOutside(const Report& report, Table& table) {
+  for (std::size_t i = 0; i < report.map.outside.size(); ++i) {
+    const Share& share = report.images.getOutsideShares()[i];
     if (share.bytes == 0) continue;
     table.add(report.map.outside[i].name, "", countOf(share.bytes, "byte") + " outside, skipped",
               join(share.files));
@@ -169,7 +144,7 @@ std::string spellCheck(const Report& report, std::size_t number) {
 
 // ---- As JSON ----
 
-Json toJson(const Report& report, const Share& share, std::size_t number) {
+Json toJson(const Report& report, std::size_t number) {
   const Memory& memory = report.map.memories[number];
   const MemoryImage& image = report.images.getImage(number);
   Json json = {{"name", memory.name}};
@@ -177,36 +152,62 @@ Json toJson(const Report& report, const Share& share, std::size_t number) {
   json["bytes"] = memory.bytes();
   json["loaded"] = image.loadedBytes;
   json["touched"] = !image.bytes.empty();
-  json["files"] = share.files;
+  json["files"] = report.images.getMemoryShares()[number].files;
   return json;
 }
 
-std::string spellRangeBegin(const Report& report, const LoadedRange& range) {
-  return range.memory ? spellLocation(report.map.memories[*range.memory], range.offset)
-                      : spellHex(report.map.outside[range.outside].base + range.offset, 8);
-}
+// Adjoining ranges of one memory or outside range as one.
+class RangeList {
+ public:
+  RangeList(const Report& whole, JsonObject& to) : report(whole), object(to) {}
 
-// The ranges of one content, those that adjoin each other as one.
-Json rangesToJson(const Report& report, const Content& content) {
-  Json ranges = Json::array();
-  const LoadedRange* last = nullptr;
-  for (const LoadedRange& range : report.images.getRanges()) {
-    if (range.content != &content) continue;
-    const bool isAdjacent = last != nullptr && last->memory == range.memory &&
-                            last->outside == range.outside &&
-                            last->offset + last->bytes == range.offset;
-    last = &range;
-    if (isAdjacent) {
-      ranges.back()["bytes"] = ranges.back()["bytes"].get<std::uint64_t>() + range.bytes;
-      continue;
+  void add(const LoadedRange& range) {
+    const bool isAdjacent = bytes != 0 && memory == range.memory && outside == range.outside &&
+                            offset + bytes == range.offset;
+    if (!isAdjacent) {
+      finish();
+      memory = range.memory;
+      outside = range.outside;
+      offset = range.offset;
     }
-    const std::string& name = range.memory ? report.map.memories[*range.memory].name
-                                           : report.map.outside[range.outside].name;
-    ranges.push_back({{"address", spellRangeBegin(report, range)},
-                      {"bytes", range.bytes},
-                      {"memory", range.memory ? Json(name) : Json()}});
+    bytes += range.bytes;
   }
-  return ranges;
+
+  void finish() {
+    if (bytes == 0) return;
+    const Map& map = report.map;
+    object.addElement({{"address", memory ? spellLocation(map.memories[*memory], offset)
+                                          : spellHex(map.outside[outside].base + offset, 8)},
+                       {"bytes", bytes},
+                       {"memory", memory ? Json(map.memories[*memory].name) : Json()}});
+    bytes = 0;
+  }
+
+ private:
+  const Report& report;
+  JsonObject& object;
+  std::optional<std::size_t> memory;
+  std::size_t outside = 0;
+  std::uint64_t offset = 0, bytes = 0;  // of what hasn't been added yet
+};
+
+void writeFiles(const Report& report, JsonObject& object) {
+  object.beginList("files");
+  for (const Content& content : report.contents) {
+    object.beginElement();
+    object.add("file", content.file);
+    object.add("format", nameOf(content.format));
+    object.beginList("ranges");
+    RangeList ranges(report, object);
+    report.images.forEachRange(content, [&](const LoadedRange& range) {
+      ranges.add(range);
+      return "";
+    });
+    ranges.finish();
+    object.endList();
+    object.endElement();
+  }
+  object.endList();
 }
 
 void writeDifferences(const Report& report, JsonObject& object) {
@@ -244,10 +245,9 @@ bool Report::isSame() const {
 }
 
 std::string spellReport(const Report& report) {
-  const Shares shares(report);
   Table table;
-  addMemories(report, shares, table);
-  addOutside(report, shares, table);
+  addMemories(report, table);
+  addOutside(report, table);
   std::size_t nameWidth = 0;
   for (const Memory& memory : report.map.memories) {
     nameWidth = std::max(nameWidth, memory.name.size());
@@ -259,22 +259,13 @@ std::string spellReport(const Report& report) {
 }
 
 void writeReport(const Report& report, StandardOutput& output) {
-  const Shares shares(report);
   JsonObject object(output);
   object.beginList("memories");
   for (std::size_t i = 0; i < report.map.memories.size(); ++i) {
-    object.addElement(toJson(report, shares.memories[i], i));
+    object.addElement(toJson(report, i));
   }
   object.endList();
-  object.beginList("files");
-  for (const Content& content : report.contents) {
-    // GCOVR_EXCL_START: of one statement, gcov takes some lines for untouched.
-    object.addElement({{"file", content.file},
-                       {"format", nameOf(content.format)},
-                       {"ranges", rangesToJson(report, content)}});
-    // GCOVR_EXCL_STOP
-  }
-  object.endList();
+  writeFiles(report, object);
   object.beginList("sets");
   for (const SetValue& set : report.sets) {
     object.addElement({{"place", set.place},
@@ -283,11 +274,12 @@ void writeReport(const Report& report, StandardOutput& output) {
   }
   object.endList();
   object.beginList("outside");
-  for (std::size_t i = 0; i < shares.outside.size(); ++i) {
+  for (std::size_t i = 0; i < report.map.outside.size(); ++i) {
+    const Share& share = report.images.getOutsideShares()[i];
     object.addElement({{"name", report.map.outside[i].name},
                        {"base", spellHex(report.map.outside[i].base, 8)},
-                       {"skipped", shares.outside[i].bytes},
-                       {"files", shares.outside[i].files}});
+                       {"skipped", share.bytes},
+                       {"files", share.files}});
   }
   object.endList();
   if (report.differences != nullptr) writeDifferences(report, object);
