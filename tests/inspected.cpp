@@ -27,7 +27,8 @@ std::string brokenRunLaw(const RunFiles& files, std::string& output) {
   const RunResult run = runTool(files);
   output = run.bytes;
   const bool isWritten = run.text.back() == '0';
-  const char expected = !isWritten ? '2' : run.bytes == files.bit ? '0' : '1';
+  const bool isCut = run.text.find("the rest is not written") != std::string::npos;
+  const char expected = !isWritten ? '2' : run.bytes == files.bit && !isCut ? '0' : '1';
   const std::string verified = inspect({"verify", "in.bit", "ram.wid", "words.mem"});
   if (verified.back() != expected) return run.text + " but verify: " + verified;
   const std::string json = inspect({"verify", "--json", "in.bit", "ram.wid", "words.mem"});

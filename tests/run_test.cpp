@@ -68,8 +68,9 @@ TEST(Run, SaysInOneLineWhatIsWrongWithAFileAndWhere) {
       {MEM, "#\n/\n\r\n", "WARNING: words.mem: holds no memory words: the listed EBRs are filled with zeros"},
       {MEM, "12\n1234", "STATUS: loading input files\n"
        "WARNING: words.mem: 3 memory words, but an address of 1 bits reaches only 2"},
-      {WID, "000000101\n000000101\naw9;dw16", "WARNING: words.mem, line 1: 2 of 2 memory words have another number of "
-       "bits than the EBRs share out (the first 8, the EBRs 16), which can spread words over the wrong EBRs"},
+      {WID, "\n000000101\n000000101\n\n000000101\naw9;dw24", "WARNING: ram.wid, line 3: lists the EBR of line 2 again: "
+       "it gets the contents for the later line; in all, 2 lines list an EBR again\nWARNING: words.mem, line 1: 2 of 2 memory words have another number of "
+       "bits than the EBRs share out (the first 8, the EBRs 24), which can spread words over the wrong EBRs"},
       {MEM, "#\n" + std::string(16002, 'A') + "\n12", "ERROR: words.mem, line 2: from here on a physical line has more "
        "than 65536 bits, in all 80017, which is no multiple of 8"},
       {MEM, std::string(13122, 'A'), "STATUS: Successfully wrote out.bit"},  // 65608 bits

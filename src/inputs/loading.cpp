@@ -1,6 +1,9 @@
 #include "inputs/loading.h"
 
 #include <climits>
+#include <map>
+#include <numeric>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -9,6 +12,18 @@ using Kind = InputFault::Kind;
 
 InputFault faultIn(Kind kind, const WidthLine& line) {
   return faultInLine(kind, line.file, {line.text, line.number});
+}
+
+// `lines` are the wids' in the file.
+RepeatedWid findRepeated(const std::string& file, const std::vector<std::string>& wids,
+                         const std::vector<std::uint64_t>& lines) {
+  RepeatedWid repeated;
+  std::map<std::string_view, std::uint64_t> firstLines;
+  for (std::size_t i = 0; i < wids.size(); ++i) {
+    const auto [first, isNew] = firstLines.emplace(wids[i], lines[i]);
+    if (!isNew && repeated.numLines++ == 0) repeated = {file, lines[i], first->second, 1};
+  }
+  return repeated;
 }
 
 // Makes the wids and the data width usable. `line` is the one that has the width.
@@ -32,7 +47,8 @@ InputFault interpret(const WidthLine& line, MemoryInputs& inputs) {
 
 InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
   WidthLine widthLine;
-  InputFault fault = readWidthFile(names.wid, inputs.wids, widthLine);
+  std::vector<std::uint64_t> lines;
+  InputFault fault = readWidthFile(names.wid, inputs.wids, lines, widthLine);
   if (fault.kind != Kind::NONE) return fault;
 
   // A memory file that can't be opened or read is reported before a bad width line.
@@ -42,6 +58,7 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
 
   fault = interpret(widthLine, inputs);
   if (fault.kind != Kind::NONE) return fault;
+  inputs.repeated = findRepeated(names.wid, inputs.wids, lines);
   MemoryWords words(inputs.wids.size(), inputs.getBitsPerEbr());
   fault = readMemoryFile(memoryLines, words, inputs.summary);
   if (fault.kind == Kind::NONE) inputs.words.emplace(std::move(words));
@@ -50,7 +67,8 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
 
 InputFault loadWidths(const std::string& widFile, MemoryInputs& inputs) {
   WidthLine widthLine;
-  const InputFault fault = readWidthFile(widFile, inputs.wids, widthLine);
+  std::vector<std::uint64_t> lines;
+  const InputFault fault = readWidthFile(widFile, inputs.wids, lines, widthLine);
   return fault.kind == Kind::NONE ? interpret(widthLine, inputs) : fault;
 }
 
@@ -59,9 +77,12 @@ InputFault takeMemoryInputs(const std::vector<std::string>& wids, int dataWidth,
   InputFault fault = checkWids(wids, "wids");
   if (fault.kind != Kind::NONE) return fault;
   inputs.wids = wids;
+  std::vector<std::uint64_t> lines(wids.size());
+  std::iota(lines.begin(), lines.end(), 1);
   inputs.widths = {.address = INT_MAX, .data = dataWidth};  // no address is too short
   fault = prepare({"data width", "", 0}, inputs);
   if (fault.kind != Kind::NONE) return fault;
+  inputs.repeated = findRepeated("wids", inputs.wids, lines);
   MemoryWords taken(wids.size(), inputs.getBitsPerEbr());
   fault = readMemoryLines(words, "words", taken, inputs.summary);
   if (fault.kind == Kind::NONE) inputs.words.emplace(std::move(taken));

@@ -19,9 +19,18 @@ struct InputNames {
   std::string bit, wid, mem;
 };
 
+/// An EBR that a width file lists more than once.
+struct RepeatedWid {
+  std::string file;             ///< the width file
+  std::uint64_t line = 0;       ///< the first that lists an EBR again, from 1
+  std::uint64_t firstLine = 0;  ///< the line that listed it before
+  std::uint64_t numLines = 0;   ///< that list an EBR again, 0 if none does
+};
+
 /// The width and memory files of a run.
 struct MemoryInputs {
   std::vector<std::string> wids;  ///< in width-file order, prefixes removed; at least one
+  RepeatedWid repeated;
   Widths widths;
   std::optional<MemoryWords> words;  ///< set once the memory file was read without fault
   MemoryFileSummary summary;         ///< of the memory file

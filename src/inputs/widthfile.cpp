@@ -23,7 +23,7 @@ std::uint64_t Widths::addressedWords() const {
 }
 
 InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& wids,
-                         WidthLine& last) {
+                         std::vector<std::uint64_t>& lines, WidthLine& last) {
   LineReader reader(fileName, "");
   InputFault fault = faultOf(reader);
   if (fault.kind != InputFault::Kind::NONE) return fault;
@@ -35,6 +35,7 @@ InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& 
       firstOtherLength = last.number;
     }
     wids.emplace_back(line.text);
+    lines.push_back(line.number);
     last.number = line.number;
   }
   if (wids.empty()) {
@@ -43,6 +44,7 @@ InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& 
   }
   last.text = std::move(wids.back());
   wids.pop_back();
+  lines.pop_back();
   if (wids.empty()) fault.kind = InputFault::Kind::NO_WID;
   if (firstOtherLength != 0)
     return otherLengthFault(fileName, firstOtherLength, wids.front().size());

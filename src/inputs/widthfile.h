@@ -26,9 +26,9 @@ struct Widths {
 };
 
 /// Reads the wid lines and the width line; neither is interpreted. The wids then have equal
-/// lengths.
+/// lengths; `lines` are their numbers in the file, from 1.
 InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& wids,
-                         WidthLine& last);
+                         std::vector<std::uint64_t>& lines, WidthLine& last);
 
 /// NO_WID if there is none, OTHER_LENGTH if one has another length than the first; its line is its
 /// number in the list, from 1. `name` takes the place of the file's name.

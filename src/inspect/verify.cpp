@@ -10,6 +10,7 @@
 #include "inspect/sections.h"
 #include "inspect/subcommands.h"
 #include "reports/ebrs.h"
+#include "reports/inputs.h"
 #include "reports/text.h"
 #include "survey/comparison.h"
 #include "survey/rehearsal.h"
@@ -22,13 +23,17 @@ using std::to_string;
 // What was found, for printing.
 struct Verification {
   std::optional<Lookup> failed;  // the EBR at which a run would fail, if it would
-  bool isSame = true;
+  bool isUnchanged = true;       // a run would leave the bitstream as it is
+  std::uint64_t wordsWithoutRoom =
+      0;  // of the last words, those with bits that the EBRs don't take
   Comparison comparison;
+
+  bool isSame() const { return isUnchanged && wordsWithoutRoom == 0; }
 
   // Calls `show` with the number of each word that differs and the words found.
   template <typename Show>
   void forEachDifferentWord(const MemoryWords& expected, const Show& show) const {
-    if (isSame || !comparison.found) return;
+    if (isUnchanged || !comparison.found) return;
     const MemoryWords& found = *comparison.found;
     auto word = nextDifferentWord(expected, found, 0);
     for (; word; word = nextDifferentWord(expected, found, *word + 1)) show(*word, found);
@@ -37,30 +42,42 @@ struct Verification {
   // Calls `show` with each EBR about which there is more to say.
   template <typename Show>
   void forEachRemarkable(const Show& show) const {
-    if (isSame) return;
+    if (isUnchanged) return;
     for (const EbrFinding& finding : comparison.findings) {
       if (finding.isRemarkable() && !finding.isListedAgain) show(finding);
     }
   }
 };
 
+std::uint64_t countWords(const MemoryWords& words) {
+  return (words.getBytes().size() * 8 + words.getRoundBits() - 1) / words.getRoundBits();
+}
+
+std::uint64_t countWordsWithoutRoom(const Comparison& comparison, const MemoryWords& words) {
+  const std::uint64_t numWords = countWords(words);
+  std::uint64_t withRoom = numWords;
+  for (const EbrFinding& finding : comparison.findings) {
+    const std::uint64_t takenBits = finding.writtenWords * 8;
+    if (takenBits >= words.getColumnBits(finding.ebr)) continue;
+    withRoom = std::min(withRoom, takenBits / words.getBitsPerEbr());
+  }
+  return numWords - withRoom;
+}
+
 // When no EBR differs, a run would change nothing. Otherwise it almost always would change
 // something; only the rehearsal, which overwrites contents in the stream, shows whether.
 Verification verify(const MemoryInputs& inputs, Bitstream& bitstream) {
   Verification result;
   result.comparison = compareEbrs(bitstream, inputs);
+  result.wordsWithoutRoom = countWordsWithoutRoom(result.comparison, *inputs.words);
   const std::vector<EbrFinding>& findings = result.comparison.findings;
   const auto isSame = [](const EbrFinding& finding) { return finding.isSame(); };
   const bool isComplete = findings.size() == inputs.wids.size();
   if (isComplete && std::ranges::all_of(findings, isSame)) return result;
   Rehearsal rehearsal = rehearse(inputs, bitstream);
   result.failed = std::move(rehearsal.failed);
-  result.isSame = !rehearsal.isChanged;
+  result.isUnchanged = !rehearsal.isChanged;
   return result;
-}
-
-std::uint64_t countWords(const MemoryWords& words) {
-  return (words.getBytes().size() * 8 + words.getRoundBits() - 1) / words.getRoundBits();
 }
 
 // A word in hexadecimal; at the end of a file with other lines it may be only the start of one.
@@ -106,6 +123,32 @@ std::string remarkOn(const std::string& wid, const OpenStream& stream) {
          textOf(hidden->hiding, stream.bitstream);
 }
 
+// The answer in a line. Where words differ, the lines before it say enough of the rest.
+std::string summaryOf(const Verification& result, const MemoryInputs& inputs,
+                      std::uint64_t different) {
+  const std::uint64_t numWords = countWords(*inputs.words), lacking = result.wordsWithoutRoom;
+  const std::string words = to_string(different) + " of " + countOf(numWords, "word") + " of " +
+                            countOf(inputs.words->getRoundBits(), "bit") + " in " +
+                            countOf(inputs.wids.size(), "EBR").append(differFor(different));
+  if (result.isSame()) return "same: " + words;
+  std::string text = "not the same: ";
+  text += different != 0 ? words : lacking == 0 ? "the words are the same" : "";
+  if (lacking != 0) {
+    text += (different != 0 ? ", " : "") + countOf(lacking, "word");
+    text += lacking == 1 ? " has" : " have";
+    text += " no room, from word " + to_string(numWords - lacking) + " on";
+  }
+  if (different != 0) return text;
+  std::uint64_t crcs = 0, others = 0;
+  result.forEachRemarkable([&](const EbrFinding& finding) {
+    crcs += finding.facts.hasLastingCrc() ? 0 : 1;
+    others += finding.hasBitsAfterWords || finding.facts.ninthBits != 0 ? 1 : 0;
+  });
+  if (crcs != 0) text += ", " + countOf(crcs, "CRC").append(differFor(crcs));
+  if (others != 0) text += ", " + countOf(others, "EBR").append(differFor(others)) + " elsewhere";
+  return text;
+}
+
 void printText(const Verification& result, const MemoryInputs& inputs, StandardOutput& output) {
   constexpr std::uint64_t MOST_SHOWN = 10;
   const MemoryWords& expected = *inputs.words;
@@ -121,10 +164,7 @@ void printText(const Verification& result, const MemoryInputs& inputs, StandardO
   result.forEachRemarkable([&](const EbrFinding& finding) {
     output.write("EBR " + excerptOf(inputs.wids[finding.ebr]) + ": " + remarksOn(finding) + "\n");
   });
-  output.write(std::string(result.isSame ? "same" : "not the same") + ": " + to_string(different) +
-               " of " + countOf(countWords(expected), "word") + " of " +
-               countOf(expected.getRoundBits(), "bit") + " in " +
-               countOf(expected.getNumEbrs(), "EBR").append(differFor(different)) + "\n");
+  output.write(summaryOf(result, inputs, different) + "\n");
 }
 
 void printJson(const Verification& result, const MemoryInputs& inputs, const InputNames& names,
@@ -135,8 +175,9 @@ void printJson(const Verification& result, const MemoryInputs& inputs, const Inp
   object.add("wid", names.wid);
   object.add("mem", names.mem);
   object.add("identifierBits", inputs.wids.front().size());
-  object.add("same", result.isSame);
+  object.add("same", result.isSame());
   object.add("words", countWords(expected));
+  object.add("withoutRoom", result.wordsWithoutRoom);
   object.beginList("different");
   result.forEachDifferentWord(expected, [&](std::uint64_t word, const MemoryWords& found) {
     object.addElement({{"word", word},
@@ -177,6 +218,7 @@ struct Verify {
         !openStream(bitFile, stream, messages)) {
       return ExitStatus::FAILED;
     }
+    for (const std::string& warning : warningsOf(inputs)) messages.warn(warning);
     const std::vector<Lookup> walked = lookUpOnWalk(stream.bitstream, inputs.wids);
     warnOfHidden(stream.bitstream, walked, messages);
     const Verification result = verify(inputs, stream.bitstream);
@@ -186,7 +228,7 @@ struct Verify {
     printWarnings(result, inputs, messages);
     StandardOutput output;
     isJson ? printJson(result, inputs, names, messages, output) : printText(result, inputs, output);
-    return output.finish(result.isSame ? ExitStatus::FINE : ExitStatus::NO);
+    return output.finish(result.isSame() ? ExitStatus::FINE : ExitStatus::NO);
   }
 };
 

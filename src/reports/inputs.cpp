@@ -24,6 +24,14 @@ std::string misfitsIn(const MemoryInputs& inputs) {
          to_string(inputs.words->getRoundBits()) + "), which can spread words over the wrong EBRs";
 }
 
+std::string textOf(const RepeatedWid& repeated) {
+  const std::string text = positionText(repeated.file, repeated.line) + "lists the EBR of line " +
+                           to_string(repeated.firstLine) +
+                           " again: it gets the contents for the later line";
+  if (repeated.numLines == 1) return text;
+  return text + "; in all, " + countOf(repeated.numLines, "line") + " list an EBR again";
+}
+
 }  // namespace
 
 std::string textOf(const InputFault& fault) {
@@ -106,6 +114,7 @@ std::string detailOf(const InputFault& fault) {
 std::vector<std::string> warningsOf(const MemoryInputs& inputs) {
   const MemoryFileSummary& summary = inputs.summary;
   std::vector<std::string> warnings;
+  if (inputs.repeated.numLines > 0) warnings.push_back(textOf(inputs.repeated));
   if (summary.numWords == 0) {
     warnings.push_back(summary.file +
                        ": holds no memory words: the listed EBRs are filled with zeros");

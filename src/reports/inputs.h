@@ -17,8 +17,8 @@ std::string headOf(const InputFault& fault);
 /// What ramgraft reports after the fixed line, or instead of it. Empty if that line says it all.
 std::string detailOf(const InputFault& fault);
 
-/// A sentence for each thing in the memory file that is probably a mistake. `inputs` must have the
-/// memory words.
+/// A sentence for each thing in the width and memory files that is probably a mistake. `inputs`
+/// must have the memory words.
 std::vector<std::string> warningsOf(const MemoryInputs& inputs);
 
 #endif

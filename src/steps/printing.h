@@ -12,7 +12,7 @@
 /// there is none.
 bool printInputFault(const InputFault& fault);
 
-/// Prints a WARNING line for each thing in the memory file that is probably a mistake.
+/// Prints a WARNING line for each thing in width and memory files that is probably a mistake.
 void printMemoryWarnings(const MemoryInputs& inputs);
 
 /// Writes the stream to the named file, as replaceFile() does, and prints the lines that report
