@@ -22,4 +22,9 @@ bool reportFault(const InputFault& fault, const Messages& messages);
 /// Loads a bitstream file. False if that failed.
 bool openStream(const std::string& fileName, OpenStream& stream, const Messages& messages);
 
+/// Loads two bitstream files to compare. False if that failed, also if both names are those of one
+/// pipe.
+bool openStreams(const std::string& oldFile, OpenStream& old, const std::string& newFile,
+                 OpenStream& changed, const Messages& messages);
+
 #endif

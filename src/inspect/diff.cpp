@@ -137,17 +137,11 @@ struct Diff {
   ExitStatus run() const {
     Messages messages(isJson, detail);
     OpenStream old, changed;
-    if (!openStream(oldFile, old, messages) || !openStream(newFile, changed, messages)) {
-      return ExitStatus::FAILED;
-    }
+    if (!openStreams(oldFile, old, newFile, changed, messages)) return ExitStatus::FAILED;
     const std::uint64_t oldBytes = old.bitstream.getNumBytes();
     const std::uint64_t newBytes = changed.bitstream.getNumBytes();
     StandardOutput output;
     if (oldBytes != newBytes) {
-      if (old.identity == changed.identity) {
-        return messages.refuse(oldFile + " and " + newFile +
-                               " are the same pipe, which can't be read twice");
-      }
       printSizes(oldBytes, newBytes, messages, output);
       return output.finish(ExitStatus::NO);
     }

@@ -3,13 +3,12 @@
 #include <array>
 
 #include "companion/json.h"
+#include "inspect/listed.h"
 #include "inspect/mapped.h"
 #include "inspect/sections.h"
 #include "inspect/subcommands.h"
-#include "layout/fingerprint.h"
 #include "reports/ebrs.h"
 #include "reports/text.h"
-#include "survey/listing.h"
 
 namespace {
 
@@ -20,12 +19,6 @@ struct Listing {
   const SectionTable& table;
   const MappedStream& mapped;
 };
-
-std::string fingerprintOf(const SectionTable& table) {
-  std::vector<EbrCommand> walk;
-  for (const std::uint64_t section : table.getWalk()) walk.push_back(table.getCommand(section));
-  return fingerprintOf(table.getBitstream(), walk);
-}
 
 // ---- As text ----
 
@@ -137,22 +130,6 @@ void printText(const Listing& listing, StandardOutput& output) {
 
 // ---- As JSON ----
 
-Json toJson(const ListedEbr& ebr) {
-  const CrcCheck& crc = ebr.facts.crc;
-  // GCOVR_EXCL_START: of one statement, gcov takes some lines for untouched.
-  return {{"identifier", ebr.identifier},
-          {"bit", ebr.command.opcodeIndex},
-          {"frames", ebr.command.frameCount},
-          {"bytes", ebr.command.contentsBytes()},
-          {"used", ebr.used},
-          {"ninthBits", ebr.facts.ninthBits},
-          {"crc", nameOf(crc.verdict)},
-          {"storedCrc", toHex16(crc.stored)},
-          {"computedCrc", toHex16(crc.computed)},
-          {"hidden", ebr.hiding.has_value()}};
-  // GCOVR_EXCL_STOP
-}
-
 void printJson(const Listing& listing, const std::string& fileName, const Messages& messages,
                StandardOutput& output) {
   const SectionTable& table = listing.table;
@@ -162,18 +139,10 @@ void printJson(const Listing& listing, const std::string& fileName, const Messag
   object.add("identifierBits", table.getIdentifierBits());
   object.add("design", fingerprintOf(table));
   object.beginList("sections");
-  forEachEbr(table, [&](const ListedEbr& ebr) {
-    Json element = toJson(ebr);
-    listing.mapped.addTo(element, listing.mapped.find(ebr.identifier));
-    object.addElement(element);
-  });
+  forEachEbr(table, [&](const ListedEbr& ebr) { object.addElement(toJson(ebr, listing.mapped)); });
   object.endList();
   object.beginList("others");
-  forEachOther(table, [&](const OtherSection& other) {
-    object.addElement({{"identifier", other.identifier},
-                       {"bit", other.command.opcodeIndex},
-                       {"reason", reasonOf(other)}});
-  });
+  forEachOther(table, [&](const OtherSection& other) { object.addElement(toJson(other)); });
   object.endList();
   object.end(messages.getWarnings());
 }

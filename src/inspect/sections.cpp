@@ -53,11 +53,6 @@ std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t
   return SectionTable(stream.bitstream, allSections, identifierBits);
 }
 
-std::string reasonOf(const OtherSection& other) {
-  if (other.field.empty()) return std::string(textOf(other.command.fault));
-  return "in the " + std::string(other.field) + " of " + other.around;
-}
-
 void warnOfHidden(const SectionTable& table, const EbrCommand& ebr, Messages& messages) {
   const std::optional<Hiding> hiding = table.findHiding(ebr.opcodeIndex);
   if (!hiding) return;

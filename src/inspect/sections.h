@@ -11,7 +11,6 @@
 #include "companion/options.h"
 #include "ebr/lookup.h"
 #include "ebr/sectiontable.h"
-#include "survey/listing.h"
 
 /// Adds the options --id-bits, whose number stays 0 if it isn't given, and --verbose.
 void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits, Detail& detail);
@@ -22,9 +21,6 @@ void addIdentifierBits(CLI::App& app, std::uint64_t& identifierBits, Detail& det
 /// fine, too; its table then has identifiers of 0 bits.
 std::optional<SectionTable> findSections(const OpenStream& stream, std::uint64_t identifierBits,
                                          const Messages& messages, bool isNoneFine = false);
-
-/// Why a section is no EBR: "no TAV_EBR_WRITE" or "in the contents of 000000101" and the like.
-std::string reasonOf(const OtherSection& other);
 
 /// Warns if ramgraft's search doesn't arrive at an EBR of the table's walk, and of what hides it.
 void warnOfHidden(const SectionTable& table, const EbrCommand& ebr, Messages& messages);
