@@ -39,6 +39,21 @@ std::string brokenRunLaw(const RunFiles& files, std::string& output) {
   return again.bytes == files.bit ? "" : "extract without warning, but: " + again.text;
 }
 
+// What is wrong with a report on the listed EBRs: it has them all or counts those left out, and its
+// size has a limit.
+std::string brokenPageLaw(const std::string& page, const Json& ebrs) {
+  const std::size_t begin = page.find("id=\"data\">") + 10;
+  const Json data = Json::parse(page.substr(begin, page.find('<', begin) - begin), nullptr, false);
+  if (data.is_discarded()) return "no JSON: " + page;
+  const Json& sections = data["sections"];
+  if (sections.size() + data["leftOut"]["sections"].get<std::size_t>() != ebrs.size()) return page;
+  std::size_t contents = 0;  // in base64
+  for (const Json& ebr : sections) {
+    for (const char* key : {"old", "new"}) contents += ebr.value(key, "").size();
+  }
+  return page.size() <= 65536 + contents * 9 / 4 ? "" : "too long: " + page;
+}
+
 // The files are those of a run, in the working folder.
 std::string brokenStreamLaw(bool isSame) {
   for (const char* bits : {"--id-bits=9", "--id-bits=1", "--"}) {
@@ -49,6 +64,12 @@ std::string brokenStreamLaw(bool isSame) {
     if (inspect({"list", bits, "in.bit"}).back() != list.back()) return "list: " + list;
     if (inspect({"diff", bits, "in.bit", "out.bit"}).back() != diff.back()) return "diff: " + diff;
   }
+  const std::string list = inspect({"list", "--json", "in.bit"});
+  const std::string page = inspect({"report", "in.bit", "out.bit"});
+  if (page.back() != list.back()) return "report: " + page;
+  const std::string broken =
+      page.back() == '2' ? "" : brokenPageLaw(page, jsonIn(list)["sections"]);
+  if (!broken.empty()) return broken;
   if (inspect({"locate", "-o", "new.wid", "out.bit", "words.mem"}).back() != '0') return "";
   const std::string verified = inspect({"verify", "--json", "out.bit", "new.wid", "words.mem"});
   const bool isFound = verified.back() == '2' || jsonIn(verified)["different"].empty();

@@ -7,7 +7,7 @@
 namespace {
 
 // In the order of the help.
-const Program* const SUBCOMMANDS[] = {&LIST, &EXTRACT, &VERIFY, &DIFF, &LOCATE, &DUMP};
+const Program* const SUBCOMMANDS[] = {&LIST, &EXTRACT, &VERIFY, &DIFF, &LOCATE, &DUMP, &REPORT};
 
 Action addSubcommands(CLI::App& app) {
   app.require_subcommand(1);
@@ -22,13 +22,13 @@ Action addSubcommands(CLI::App& app) {
 }  // namespace
 
 int runInspect(int argc, const char* const argv[]) {
-  constexpr Program INSPECT = {
-      "ramgraft-inspect",
-      "See what a bitstream contains, take contents out, verify, compare, locate, dump them.",
-      addSubcommands};
+  constexpr Program INSPECT = {"ramgraft-inspect",
+                               "See what a bitstream contains, take contents out, verify, compare, "
+                               "locate, dump, report them.",
+                               addSubcommands};
   return runCompanion(
       INSPECT,
-      "Exit status: 0 listed, extracted, the same, located or dumped; 1 differs or not "
+      "Exit status: 0 listed, extracted, the same, located, dumped or reported; 1 differs or not "
       "located; 2 could not be done.",
       argc, argv);
 }

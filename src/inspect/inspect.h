@@ -1,5 +1,5 @@
-// ramgraft-inspect: see what a bitstream contains, take contents out, verify, compare, locate, dump
-// them.
+// ramgraft-inspect: see what a bitstream contains, take contents out, verify, compare, locate,
+// dump, report them.
 #ifndef RAMGRAFT_INSPECT_INSPECT_H
 #define RAMGRAFT_INSPECT_INSPECT_H
 
