@@ -114,7 +114,7 @@ TEST(Inspect, ReadsBackWhatIsWritten) {
       EXPECT_EQ(readPayload(bitstream, offset, std::span(read).first(size)), size == 0 ? 0U : 1U);
       EXPECT_TRUE(std::equal(read.begin(), read.begin() + static_cast<int>(size), column.begin()));
       for (std::uint64_t i = 0; i < column.size(); ++i) {
-        EXPECT_EQ(frameDataBits(words, ebr, i / 8) >> i % 8 * 8 & 0xFF, column[i]);
+        EXPECT_EQ(columnBitsFrom(i / 8 * 64, words, ebr) >> i % 8 * 8 & 0xFF, column[i]);
       }
       putColumn(copy, ebr, column);
     }

@@ -49,6 +49,18 @@ std::string putFile(const std::string& fileName, std::span<const unsigned char> 
   return isMixed ? reason.append("; ").append(MAY_BE_MIXED) : reason;
 }
 
+std::string putFiles(const std::vector<FileText>& files) {
+  std::vector<NewContents> contents;
+  for (const FileText& file : files) contents.push_back({file.fileName, bytesOf(file.text)});
+  std::size_t failed = 0;
+  const ReplaceResult result = replaceFiles(contents, failed);
+  if (result.isDone()) return "";
+  std::string reason = "can't write file " + files[failed].fileName + ": ";
+  reason += reasonOf(result);
+  const bool isMixed = result.outcome == ReplaceResult::Outcome::PART_WRITTEN;
+  return reason + (isMixed ? "; " + files.front().fileName + " is written already" : "");
+}
+
 std::string refuseInput(const std::string& outputFile, const std::vector<ReadFile>& inputs) {
   struct stat status {};
   const bool isThere = ::stat(outputFile.c_str(), &status) == 0;

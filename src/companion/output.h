@@ -35,6 +35,15 @@ std::span<const unsigned char> bytesOf(std::string_view text);
 std::string putFile(const std::string& fileName, std::span<const unsigned char> bytes,
                     const FileIdentity& input);
 
+/// A file that is to be written, and what is to be in it.
+struct FileText {
+  std::string fileName, text;
+};
+
+/// Writes these files, all of them or none, as replaceFiles() does. Returns the sentence that says
+/// why that failed, else empty.
+std::string putFiles(const std::vector<FileText>& files);
+
 /// A file that was read.
 struct ReadFile {
   std::string name;  ///< as given

@@ -189,8 +189,8 @@ std::uint64_t EbrColumns::gatherTiles() {
   return numRounds;
 }
 
-std::uint64_t frameDataBits(const MemoryWords& words, std::uint64_t ebr, std::uint64_t frame) {
-  ColumnWalk walk(words, ebr, frame * FRAME_CONTENT_BITS);
+std::uint64_t columnBitsFrom(std::uint64_t begin, const MemoryWords& words, std::uint64_t ebr) {
+  ColumnWalk walk(words, ebr, begin);
   return readFrame(words.getBytes(), walk);
 }
 

@@ -33,10 +33,10 @@ class EbrColumns {
   std::vector<unsigned char> bytes;
 };
 
-/// 64 data bits of the column of EBR number `ebr`, the first one least significant: those that
-/// frame number `frame` of a payload holds, which must begin before the column's end. Bits after
-/// that are 0. For looking into columns here and there; EbrColumns is faster for whole ones.
-std::uint64_t frameDataBits(const MemoryWords& words, std::uint64_t ebr, std::uint64_t frame);
+/// 64 data bits of the column of EBR number `ebr` from its bit `begin` on, which must be before its
+/// end; the first one least significant. Bits after the column's end are 0. For looking into
+/// columns here and there; EbrColumns is faster for whole ones.
+std::uint64_t columnBitsFrom(std::uint64_t begin, const MemoryWords& words, std::uint64_t ebr);
 
 /// The inverse of EbrColumns::get(): overwrites the bits of the words that are dealt out to EBR
 /// number `ebr`. `column` must be whole frames and reach to the column's end; its bits after that

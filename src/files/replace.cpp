@@ -14,7 +14,9 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "base/bytebuffer.h"
 #include "files/access.h"
@@ -115,9 +117,10 @@ int orOnlyInPlace(int error, const Replacement& replacement) {
   return isRefused && replacement.old.isOpen() ? ONLY_IN_PLACE : error;
 }
 
-// Writes a new file and gives it the place of the old one, if there is one.
-int replaceByRename(const Replacement& replacement, const FilePlace& place,
-                    const SignalHold& signals) {
+// Writes a new file, to take the place of the old one, if there is one, and gives it its temporary
+// name. 0, the error number or ONLY_IN_PLACE.
+int prepareRename(const Replacement& replacement, const FilePlace& place, TemporaryName& name,
+                  const SignalHold& signals) {
   // Until it has the mode of the old file, which may be a private one, it is for nobody else.
   const mode_t mode = replacement.old.isOpen() ? 0600 : 0666;
   FileDescriptor file(::openat(place.folder.get(), ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, mode));
@@ -125,14 +128,20 @@ int replaceByRename(const Replacement& replacement, const FilePlace& place,
     if (const int error = fill(file, replacement); error != 0) return error;
   }
   signals.begin();  // they would leave the temporary behind
-  TemporaryName name(place.folder);
   if (!file.isOpen() || !name.give(file)) {
     file = name.create(mode);
     if (!file.isOpen()) return orOnlyInPlace(errno, replacement);
     if (const int error = fill(file, replacement); error != 0) return error;
   }
-  if (const int error = file.close(); error != 0) return error;
-  return orOnlyInPlace(name.renameTo(place.name), replacement);
+  return file.close();
+}
+
+// Writes a new file and gives it the place of the old one, if there is one.
+int replaceByRename(const Replacement& replacement, const FilePlace& place,
+                    const SignalHold& signals) {
+  TemporaryName name(place.folder);
+  const int error = prepareRename(replacement, place, name, signals);
+  return error != 0 ? error : orOnlyInPlace(name.renameTo(place.name), replacement);
 }
 
 // Writes `size` bytes to the beginning of the file and cuts it to `length` bytes. `written` then
@@ -184,6 +193,37 @@ int writeDirectly(const Replacement& replacement, FileDescriptor file, const Fil
   return error != 0 ? error : closeError;
 }
 
+// Opens the file that is to be replaced, if there is one. 0 or the error number.
+int openOld(const std::string& fileName, Replacement& replacement) {
+  FileDescriptor& old = replacement.old;
+  old = FileDescriptor(::open(fileName.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
+  const bool isKnown =
+      old.isOpen() ? ::fstat(old.get(), &replacement.oldStatus) == 0 : errno == ENOENT;
+  return isKnown ? 0 : errno;
+}
+
+// One of several files that are written before the first of them is renamed.
+class PendingFile {
+ public:
+  // 0 or the error number.
+  int prepare(const NewContents& contents, const SignalHold& signals) {
+    Replacement replacement{contents.bytes.data(), contents.bytes.size(), {}, {}, false};
+    if (const int error = openOld(contents.fileName, replacement); error != 0) return error;
+    const bool isOld = replacement.old.isOpen();
+    if (isOld && !S_ISREG(replacement.oldStatus.st_mode)) return EINVAL;
+    const FileIdentity old = isOld ? identityOf(replacement.oldStatus) : FileIdentity();
+    if (const int error = findPlace(contents.fileName, old, place); error != 0) return error;
+    name.emplace(place.folder);
+    const int error = prepareRename(replacement, place, *name, signals);
+    return error == ONLY_IN_PLACE ? EACCES : error;
+  }
+  int rename() { return name->renameTo(place.name); }
+
+ private:
+  FilePlace place;
+  std::optional<TemporaryName> name;
+};
+
 ReplaceResult resultOf(int error) {
   return {error == 0 ? Outcome::DONE : Outcome::NOT_WRITTEN, error};
 }
@@ -200,11 +240,8 @@ ReplaceResult replaceFile(const std::string& fileName, const unsigned char* byte
     FileDescriptor own(::fcntl(descriptor.number, F_DUPFD_CLOEXEC, 3));
     return resultOf(writeDirectly(replacement, std::move(own), input));
   }
+  if (const int error = openOld(fileName, replacement); error != 0) return resultOf(error);
   FileDescriptor& old = replacement.old;
-  old = FileDescriptor(::open(fileName.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY));
-  if (old.isOpen() ? ::fstat(old.get(), &replacement.oldStatus) != 0 : errno != ENOENT) {
-    return resultOf(errno);
-  }
   if (old.isOpen() && !S_ISREG(replacement.oldStatus.st_mode)) {
     return resultOf(writeDirectly(replacement, std::move(old), input));
   }
@@ -215,4 +252,18 @@ ReplaceResult replaceFile(const std::string& fileName, const unsigned char* byte
   if (error == ESTALE) return {Outcome::IN_USE, error};
   if (error == 0) error = replaceByRename(replacement, place, signals);
   return error == ONLY_IN_PLACE ? writeInPlace(replacement, signals) : resultOf(error);
+}
+
+ReplaceResult replaceFiles(std::span<const NewContents> files, std::size_t& failed) {
+  const SignalHold signals;
+  std::vector<PendingFile> pending(files.size());
+  for (failed = 0; failed < files.size(); ++failed) {
+    const int error = pending[failed].prepare(files[failed], signals);
+    if (error != 0) return resultOf(error);
+  }
+  for (failed = 0; failed < files.size(); ++failed) {
+    const int error = pending[failed].rename();
+    if (error != 0) return {failed == 0 ? Outcome::NOT_WRITTEN : Outcome::PART_WRITTEN, error};
+  }
+  return {};
 }

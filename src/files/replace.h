@@ -3,6 +3,7 @@
 #define RAMGRAFT_FILES_REPLACE_H
 
 #include <cstddef>
+#include <span>
 #include <string>
 
 #include "files/descriptor.h"
@@ -49,5 +50,19 @@ struct ReplaceResult {
 /// the run.
 ReplaceResult replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
                           const FileIdentity& input, const SignalHold& signals = SignalHold());
+
+/// A file that is to be replaced, and its new contents, which the caller keeps.
+struct NewContents {
+  std::string fileName;
+  std::span<const unsigned char> bytes;
+};
+
+/// Makes these the whole contents of several regular files, new or old, all of them or none: each
+/// is written under a temporary name beside its file before the first one is renamed. They are
+/// renamed in their order, so after a crash between two renames the first ones are new and the
+/// others old. In a folder that takes no new file this fails. Should a later rename fail, the
+/// outcome is PART_WRITTEN. Unless all is done, `failed` is set to the number of the file that the
+/// outcome is about.
+ReplaceResult replaceFiles(std::span<const NewContents> files, std::size_t& failed);
 
 #endif

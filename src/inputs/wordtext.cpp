@@ -25,11 +25,9 @@ class WordTextParser {
  public:
   WordTextParser(std::string_view wholeText, std::uint64_t bitsOfWord, std::endian byteOrder,
                  WordText& result)
-      : text(wholeText),
-        wordBits(bitsOfWord),
-        wordBytes((bitsOfWord - 1) / 8 + 1),
-        order(byteOrder),
-        words(result) {}
+      : text(wholeText), isFromDigits(bitsOfWord == 0), order(byteOrder), words(result) {
+    setWordBits(bitsOfWord);
+  }
 
   WordTextFault parse() {
     WordTextFault fault;
@@ -38,6 +36,11 @@ class WordTextParser {
   }
 
  private:
+  void setWordBits(std::uint64_t bits) {
+    words.wordBits = bits;
+    wordBytes = (bits + 7) / 8;
+  }
+
   WordTextFault parseNext() {
     if (WHITE_SPACE.find(text[at]) != WHITE_SPACE.npos) {
       if (text[at++] == '\n') {
@@ -115,15 +118,26 @@ class WordTextParser {
     const std::size_t begin = at;
     std::string_view number;
     if (WordTextFault fault = takeNumber(number); !fault.text.empty()) return fault;
-    const std::uint64_t bits = significantBits(number);
-    if (bits > wordBits) {
-      return refuse(begin, "a word of " + std::to_string(bits) + " bits, the memory's have " +
-                               std::to_string(wordBits));
-    }
+    if (WordTextFault fault = checkBits(begin, number); !fault.text.empty()) return fault;
     if (!next) return refuse(begin, "no word address is left");
     append(number);
     next = *next == UINT64_MAX ? std::nullopt : std::optional(*next + 1);
     return {};
+  }
+
+  WordTextFault checkBits(std::size_t begin, std::string_view number) {
+    if (isFromDigits) {
+      const auto bits =
+          4 * (number.size() - static_cast<std::uint64_t>(std::ranges::count(number, '_')));
+      if (words.runs.empty()) setWordBits(bits);
+      if (bits == words.wordBits) return {};
+      return refuse(begin, "digits of this word: " + std::to_string(bits / 4) +
+                               ", of the first: " + std::to_string(words.wordBits / 4));
+    }
+    const std::uint64_t bits = significantBits(number);
+    if (bits <= words.wordBits) return {};
+    return refuse(begin, "a word of " + std::to_string(bits) + " bits, the memory's have " +
+                             std::to_string(words.wordBits));
   }
 
   void append(std::string_view number) {
@@ -158,8 +172,8 @@ class WordTextParser {
   }
 
   std::string_view text;
-  std::uint64_t wordBits;
-  std::uint64_t wordBytes;
+  bool isFromDigits;
+  std::uint64_t wordBytes = 0;
   std::endian order;
   WordText& words;
   std::size_t at = 0;  ///< of the next character

@@ -20,6 +20,7 @@ struct WordRun {
 
 /// The words of a text, in its order.
 struct WordText {
+  std::uint64_t wordBits = 0;  ///< of each word; 0 only if there are no words
   std::vector<WordRun> runs;
   std::vector<unsigned char> bytes;  ///< of all runs, as many for each word as its bits need
 };
@@ -31,7 +32,8 @@ struct WordTextFault {
   std::uint64_t column = 0;  ///< byte of the line, from 1
 };
 
-/// Reads words of `wordBits` bits, at least 1, into `words`, which is fresh. The first word has
+/// Reads words of `wordBits` bits into `words`, which is fresh; with 0, a word has the bits of its
+/// digits, and all must have equally many. The first word has
 /// index 0, each further one the next; "@" and a hexadecimal number sets the index of the word that
 /// follows. "//" and "#" begin comments that end with the line, "/*" one that ends with "*/". '_'
 /// may come anywhere in a number but first. The bytes of a word are in the given order. Indexes

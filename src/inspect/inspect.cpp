@@ -7,7 +7,8 @@
 namespace {
 
 // In the order of the help.
-const Program* const SUBCOMMANDS[] = {&LIST, &EXTRACT, &VERIFY, &DIFF, &LOCATE, &DUMP, &REPORT};
+const Program* const SUBCOMMANDS[] = {&LIST,   &EXTRACT, &VERIFY, &DIFF,
+                                      &RANDOM, &LOCATE,  &DUMP,   &REPORT};
 
 Action addSubcommands(CLI::App& app) {
   app.require_subcommand(1);

@@ -4,6 +4,6 @@
 
 #include "companion/program.h"
 
-extern const Program LIST, EXTRACT, VERIFY, DIFF, LOCATE, DUMP, REPORT;
+extern const Program LIST, EXTRACT, VERIFY, DIFF, RANDOM, LOCATE, DUMP, REPORT;
 
 #endif

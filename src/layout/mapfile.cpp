@@ -228,7 +228,9 @@ constexpr std::array<Key<MemoryTable>, 6> MEMORY_KEYS = {{{"base", false, readBa
 constexpr std::array<Key<OutsideRange>, 2> OUTSIDE_KEYS = {
     {{"base", true, readOutsideBase}, {"bytes", true, readOutsideBytes}}};
 
-bool isName(std::string_view name) {
+}  // namespace
+
+bool isMemoryName(std::string_view name) {
   constexpr std::string_view FIRST = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_";
   constexpr std::string_view FURTHER = "0123456789.-";
   if (name.empty() || FIRST.find(name.front()) == FIRST.npos) return false;
@@ -236,6 +238,8 @@ bool isName(std::string_view name) {
     return FIRST.find(character) != FIRST.npos || FURTHER.find(character) != FURTHER.npos;
   });
 }
+
+namespace {
 
 // Reads a table of named tables, all with the same keys.
 template <typename Table>
@@ -245,7 +249,7 @@ std::string readNamed(const Value& value, std::span<const Key<Table>> keys,
   if (table == nullptr) return value.refuse("must have a table for each name");
   for (const Entry& entry : inFileOrder(*table)) {
     const Value named = valueIn(value, entry);
-    if (!isName(entry.first->str())) {
+    if (!isMemoryName(entry.first->str())) {
       return named.refuse(
           "is no name: one has letters, digits, _ . -, and begins with a letter or _");
     }

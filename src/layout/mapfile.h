@@ -5,6 +5,7 @@
 #include <bit>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "layout/map.h"
@@ -31,6 +32,9 @@ struct MapFile {
   std::vector<OutsideRange> outside;
   FileIdentity identity;  ///< of the map
 };
+
+/// True for letters, digits, '_', '.' and '-' that begin with a letter or '_'.
+bool isMemoryName(std::string_view name);
 
 /// Reads a map's text. Returns the sentence that says what is wrong and where, empty if nothing is:
 /// keys, types and names are then right.

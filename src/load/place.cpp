@@ -2,15 +2,11 @@
 
 #include <algorithm>
 
+#include "layout/mapfile.h"
 #include "layout/number.h"
 #include "load/texts.h"
 
 namespace {
-
-bool isLetter(char character) {
-  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-         character == '_';
-}
 
 bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
@@ -34,12 +30,6 @@ std::optional<PlaceText> parsePlace(std::string_view text) {
   const std::optional<std::uint64_t> offset = parseNumber(text.substr(plus + 1));
   if (!offset) return std::nullopt;
   return PlaceText{std::string(text.substr(0, plus)), *offset};
-}
-
-bool isMemoryName(std::string_view name) {
-  return !name.empty() && isLetter(name.front()) && std::ranges::all_of(name, [](char character) {
-    return isLetter(character) || isDigit(character) || character == '.' || character == '-';
-  });
 }
 
 std::optional<std::size_t> findMemory(const Map& map, std::string_view name) {

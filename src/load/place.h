@@ -28,9 +28,6 @@ struct PlaceText {
 /// and for a number that doesn't fit 64 bits.
 std::optional<PlaceText> parsePlace(std::string_view text);
 
-/// True if `name` may be the name of a memory; such a name has no "/", "=" or ":".
-bool isMemoryName(std::string_view name);
-
 /// The number in the map of the memory of this name.
 std::optional<std::size_t> findMemory(const Map& map, std::string_view name);
 

@@ -18,10 +18,25 @@ struct ColumnMatch {
   bool isUnique() const { return columns.size() == 1 && ebrs.size() == 1; }
 };
 
-/// Looks for each column of the words among the contents of `ebrs`, commands without fault. Only
-/// the column's own bits are compared. Columns that are found nowhere are in none of the matches.
+/// Bits of each column, which must be there.
+struct ColumnBits {
+  std::uint64_t first = 0;
+  std::uint64_t count = 0;  ///< at least one
+};
+
+/// Bits of contents that a run can write to the EBR of a command without fault.
+std::uint64_t roomOf(const EbrCommand& ebr);
+
+/// Looks for `bits` of each column of the words at the beginning of the contents of `ebrs`,
+/// commands without fault. Only these bits are compared. Columns that are found nowhere are in none
+/// of the matches.
 std::vector<ColumnMatch> matchColumns(const Bitstream& bitstream,
-                                      const std::vector<EbrCommand>& ebrs,
-                                      const MemoryWords& words);
+                                      const std::vector<EbrCommand>& ebrs, const MemoryWords& words,
+                                      const ColumnBits& bits);
+
+/// How many of `bits` of column number `column` the EBR's contents begin with.
+std::uint64_t countEqualBits(const Bitstream& bitstream, const EbrCommand& ebr,
+                             const MemoryWords& words, std::uint64_t column,
+                             const ColumnBits& bits);
 
 #endif
