@@ -28,7 +28,7 @@ import ebrstream  # pylint: disable=wrong-import-position, import-error
 WORDS, FRAMES, LANES = 2048, 256, 4  # of an EBR; EBRs that make words of 32 bits
 PARTS = {"rom-0": 1, "rom-1": 5, "ram": 9}  # and the first of its EBRs
 ROM_BYTES, RAM = 2 * LANES * WORDS, 0x20000000
-DOCUMENTS = ("README.md", "docs/load.md", "docs/scripts.md")
+DOCUMENTS = ("README.md", "docs/inspect.md", "docs/load.md", "docs/scripts.md")
 BLOCK = re.compile(r"<!-- ([\w-]+): (\S+) -->\n+```\w*\n(.*?)^```$", re.DOTALL | re.MULTILINE)
 
 MAP = """\
@@ -87,6 +87,8 @@ JSON_RUNS = {
     "verify": ["verify --json other.bit rom-0.wid firmware.mem"],
     "diff": ["diff --json --map design.toml design.bit other.bit",
              "diff --json --id-bits 9 design.bit cut.bit"],
+    "locate": ["locate --json -o x.wid design-random.bit rom.mem",
+               "locate --json --map x.toml design.bit rom=rom.mem"],
     "load": ["--json --check --set ram=00 design.toml design.bit firmware.hex"],
 }
 MAIN = """\
@@ -105,17 +107,34 @@ def run(command, folder, programs, status=0):
     return result.stdout
 
 
+def make_stream(words):
+    """The bitstream of the design, with these words of ROM and RAM, as hexadecimal digits, in it."""
+    stream = b"\xff" * 32
+    for number, first in enumerate(PARTS.values()):
+        part = words[number * WORDS:(number + 1) * WORDS]
+        for lane in range(LANES):
+            column = b"".join(b"%08d" % int(format(int(word, 16) >> 8 * lane & 0xFF, "b"))
+                              for word in part)
+            payload = ebrstream.pack_payload(column, FRAMES)
+            stream += ebrstream.write_command(format(first + lane, "09b"), payload)
+    return stream + b"\xff" * 32
+
+
+def build_random(folder):
+    """What placement and routing make of a design whose memories were initialised with text words."""
+    words = [word for name in ("rom.mem", "ram.mem")
+             for word in (folder / name).read_text(encoding="ascii").split()]
+    assert len(words) == len(PARTS) * WORDS, "random words"
+    (folder / "design-random.bit").write_bytes(make_stream(words))
+
+
 def make_design(folder):
     """A bitstream with a ROM of two parts and a RAM, and firmware for it."""
     folder.mkdir()
-    stream = b"\xff" * 32
     for part, first in PARTS.items():
-        wids = [format(first + lane, "09b") for lane in range(LANES)]
-        for wid in wids:
-            stream += ebrstream.write_command(wid, ebrstream.pack_payload(b"", FRAMES))
-        lines = [f"0b{wid}\n" for wid in wids]
+        lines = [f"0b{first + lane:09b}\n" for lane in range(LANES)]
         (folder / f"{part}.wid").write_text("".join(lines) + "aw11;dw32\n", encoding="ascii")
-    (folder / "design.bit").write_bytes(stream + b"\xff" * 32)
+    (folder / "design.bit").write_bytes(make_stream([]))
     texts = {"design.toml": MAP, "firmware.s": FIRMWARE, "link.ld": LINKER_SCRIPT, "main.c": MAIN,
              "firmware.mem": "A5A5A5A5\n3C3C3C3C\n0F0F0F0F\nF00DF00D\n"}
     for name, text in texts.items():
@@ -197,10 +216,15 @@ def run_recipes(folder, programs):
         place = folder / recipe
         if not place.exists():
             make_design(place)
+            if recipe.endswith("-map"):
+                for made in ("design.toml", *(f"{part}.wid" for part in PARTS)):
+                    (place / made).unlink()
         if target == "console":
             run_console(text, place, programs)
         elif target == "run":
             run(["bash", "-euo", "pipefail", "-c", text], place, programs)
+            if "inspect random" in text:
+                build_random(place)
         else:
             (place / target).write_text(text, encoding="utf-8")
     return count
@@ -217,6 +241,10 @@ def check_keys(folder, programs):
     """The documents list all keys that the programs print, and no other one."""
     make_design(folder)
     design = (folder / "design.bit").read_bytes()
+    for name, words in (("rom", 2 * WORDS), ("ram", WORDS)):
+        run(["ramgraft-inspect", "random", f"--words={words}", "--data-width=32", "-o",
+             f"{name}.mem"], folder, programs)
+    build_random(folder)
     with (folder / "design.toml").open("a", encoding="ascii") as toml:
         toml.write("[outside.flash]\nbase = 0x3000_0000\nbytes = 1024\n")
     (folder / "cut.bit").write_bytes(design[:9000])
@@ -297,6 +325,10 @@ def main():
         devices = folder / "load-devices"
         image = memory_bytes(devices, "device-1200.bit", ("rom-1",))
         assert (1200).to_bytes(4, "little") == image[0x2500 - 0x2000:][:4], "serial number"
+        for part in PARTS:
+            located, made = ((folder / place / f"{part}.wid").read_text(encoding="ascii")
+                             for place in ("README-map", "load-make"))
+            assert located == made, part
         image = memory_bytes(folder / "load-alone", "out.bit", ("rom-0",))
         assert image.startswith(b"the first code\x5a"), "ramgraft alone"
         print(f"{count} blocks of the documents run as written")

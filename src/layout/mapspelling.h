@@ -20,8 +20,7 @@ struct NewMemory {
 /// A map of these memories. What isn't known, base and order, is there as comments.
 std::string spellMap(const std::string& design, const std::vector<NewMemory>& memories);
 
-/// The text of `map` with another design, every other byte as it is. Without one, it gets a line for
-/// it.
+/// The text of `map` with another design, every other byte as it is; without one it gets one.
 std::string replaceDesign(std::string_view text, const Map& map, const std::string& design);
 
 #endif
