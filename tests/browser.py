@@ -1,6 +1,5 @@
 """Drives Debian's Chromium, without a window, through chromium-driver."""
 
-import base64
 import contextlib
 import json
 import shutil
@@ -78,14 +77,7 @@ class Browser:
         """What has come to a log, "browser" or "performance", since it was last read."""
         return self.ask("POST", "/se/log", {"type": kind})
 
-    def emulate(self, medium="", scheme="light"):
-        features = [{"name": "prefers-color-scheme", "value": scheme}]
-        self.protocol("Emulation.setEmulatedMedia", media=medium, features=features)
-
-    def picture(self):
-        """The whole page as PNG."""
-        height = self.run("return document.documentElement.scrollHeight")
-        width = self.run("return document.documentElement.clientWidth")
-        area = {"x": 0, "y": 0, "width": width, "height": height, "scale": 1}
-        shot = self.protocol("Page.captureScreenshot", captureBeyondViewport=True, clip=area)
-        return base64.b64decode(shot["data"])
+    def emulate(self, scheme):
+        """Makes the reader prefer a "light" or a "dark" page."""
+        feature = {"name": "prefers-color-scheme", "value": scheme}
+        self.protocol("Emulation.setEmulatedMedia", features=[feature])

@@ -138,7 +138,8 @@ function showFacts() {
   const counted = (pairs) => pairs.filter(([count]) => count !== 0).map((pair) => pair.join(' ')).join(', ');
   facts.push(['Design', report.design],
     ['EBRs', `${numEbrs}, identifiers of ${countOf(report.identifierBits, 'bit')}`], ['CRCs', counted(states)]);
-  const leftOut = counted(Object.entries(report.leftOut).map(([name, count]) => [count, name]));
+  const {memories: maps, sections, others} = report.leftOut;
+  const leftOut = counted([[maps, 'memories'], [sections, 'EBRs and their CRCs'], [others, 'other sections']]);
   if (leftOut !== '') facts.push(['Left out', `${leftOut}: this page has no room for them`]);
   for (const [name, value] of facts) get('facts').append(make('dt', {}, name), make('dd', {}, value));
 }
