@@ -47,20 +47,21 @@ void checkAddresses(const Map& map) {
 }
 
 void checkWordText(std::string_view text, std::uint64_t wordBits) {
-  WordText big, little;
-  const bool isGood = readWordText(text, wordBits, std::endian::big, big).text.empty();
-  require(isGood == readWordText(text, wordBits, std::endian::little, little).text.empty());
   const std::size_t wordBytes = (wordBits + 7) / 8;
-  std::size_t expected = 0;
-  for (const WordRun& run : big.runs) {
-    require(run.firstByte == expected && run.words > 0 && run.lineWords > 0);
-    expected += run.words * wordBytes;
+  std::vector<unsigned char> big, little;
+  const auto read = [&](std::endian order, std::vector<unsigned char>& bytes) {
+    return readWordText(text, wordBits, order, [&](const WordRun& run) {
+      require(run.words > 0 && run.lineWords > 0 && run.bytes.size() == run.words * wordBytes);
+      bytes.insert(bytes.end(), run.bytes.begin(), run.bytes.end());
+      return "";
+    });
+  };
+  require(read(std::endian::big, big).text == read(std::endian::little, little).text);
+  require(big.size() <= text.size() * wordBytes && little.size() == big.size());
+  for (std::size_t word = 0; word < big.size(); word += wordBytes) {
+    std::reverse(&little[word], &little[word] + wordBytes);
   }
-  require(big.bytes.size() == expected && expected <= text.size() * wordBytes);
-  for (std::size_t word = 0; word < expected; word += wordBytes) {
-    std::reverse(&little.bytes[word], &little.bytes[word] + wordBytes);
-  }
-  require(little.bytes == big.bytes);
+  require(little == big);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <vector>
 
 #include "base/digits.h"
 
@@ -24,20 +25,20 @@ std::uint64_t significantBits(std::string_view number) {
 class WordTextParser {
  public:
   WordTextParser(std::string_view wholeText, std::uint64_t bitsOfWord, std::endian byteOrder,
-                 WordText& result)
-      : text(wholeText), isFromDigits(bitsOfWord == 0), order(byteOrder), words(result) {
+                 const WordVisitor& toVisit)
+      : text(wholeText), isFromDigits(bitsOfWord == 0), order(byteOrder), visit(toVisit) {
     setWordBits(bitsOfWord);
   }
 
   WordTextFault parse() {
     WordTextFault fault;
     while (fault.text.empty() && at < text.size()) fault = parseNext();
-    return fault;
+    return fault.text.empty() ? finishRun() : fault;
   }
 
  private:
   void setWordBits(std::uint64_t bits) {
-    words.wordBits = bits;
+    run.wordBits = bits;
     wordBytes = (bits + 7) / 8;
   }
 
@@ -120,6 +121,9 @@ class WordTextParser {
     if (WordTextFault fault = takeNumber(number); !fault.text.empty()) return fault;
     if (WordTextFault fault = checkBits(begin, number); !fault.text.empty()) return fault;
     if (!next) return refuse(begin, "no word address is left");
+    if (!bytes.empty() && !continuesRun()) {
+      if (WordTextFault fault = finishRun(); !fault.text.empty()) return fault;
+    }
     append(number);
     next = *next == UINT64_MAX ? std::nullopt : std::optional(*next + 1);
     return {};
@@ -129,44 +133,52 @@ class WordTextParser {
     if (isFromDigits) {
       const auto bits =
           4 * (number.size() - static_cast<std::uint64_t>(std::ranges::count(number, '_')));
-      if (words.runs.empty()) setWordBits(bits);
-      if (bits == words.wordBits) return {};
+      if (lastLine == 0) setWordBits(bits);
+      if (bits == run.wordBits) return {};
       return refuse(begin, "digits of this word: " + std::to_string(bits / 4) +
-                               ", of the first: " + std::to_string(words.wordBits / 4));
+                               ", of the first: " + std::to_string(run.wordBits / 4));
     }
     const std::uint64_t bits = significantBits(number);
-    if (bits <= words.wordBits) return {};
+    if (bits <= run.wordBits) return {};
     return refuse(begin, "a word of " + std::to_string(bits) + " bits, the memory's have " +
-                             std::to_string(words.wordBits));
+                             std::to_string(run.wordBits));
+  }
+
+  WordTextFault finishRun() {
+    if (bytes.empty()) return {};
+    run.bytes = bytes;
+    WordTextFault fault = {visit(run), 0, 0};
+    bytes.clear();
+    return fault;
   }
 
   void append(std::string_view number) {
-    if (words.runs.empty() || !continuesRun()) {
-      words.runs.push_back({*next, 0, line, 0, words.bytes.size()});
-      lineWords = 0;
+    if (bytes.empty()) {
+      run.firstWord = *next;
+      run.line = line;
+      run.words = lineWords = 0;
     }
-    WordRun& run = words.runs.back();
     lineWords = lastLine == line ? lineWords + 1 : 1;
     lastLine = line;
     ++run.words;
     if (line == run.line) run.lineWords = lineWords;
-    const std::size_t begin = words.bytes.size();
-    words.bytes.resize(begin + wordBytes);
+    const std::size_t begin = bytes.size();
+    bytes.resize(begin + wordBytes);
     std::size_t nibble = 0;
     for (std::size_t i = number.size(); i-- > 0 && nibble < 2 * wordBytes;) {
       if (number[i] == '_') continue;
       const std::size_t byte =
           order == std::endian::little ? nibble / 2 : wordBytes - 1 - nibble / 2;
-      unsigned char& target = words.bytes[begin + byte];
+      unsigned char& target = bytes[begin + byte];
       target = static_cast<unsigned char>(target | hexDigitValue(number[i]) << nibble % 2 * 4);
       ++nibble;
     }
   }
 
-  // True if the next word's index and line are those that the last run leads to.
+  // True if the next word's index and line are those that the run leads to, and there is room.
   bool continuesRun() const {
-    const WordRun& run = words.runs.back();
-    if (*next != run.firstWord + run.words) return false;
+    constexpr std::size_t MOST_RUN_BYTES = std::size_t{1} << 20;
+    if (bytes.size() >= MOST_RUN_BYTES || *next != run.firstWord + run.words) return false;
     if (line == lastLine) return line == run.line || lineWords < run.lineWords;
     return line == lastLine + 1 && lineWords == run.lineWords;
   }
@@ -175,18 +187,20 @@ class WordTextParser {
   bool isFromDigits;
   std::uint64_t wordBytes = 0;
   std::endian order;
-  WordText& words;
-  std::size_t at = 0;  ///< of the next character
+  const WordVisitor& visit;
+  WordRun run;                       ///< that isn't handed on yet
+  std::vector<unsigned char> bytes;  ///< of that run; empty if there is none
+  std::size_t at = 0;                ///< of the next character
   std::uint64_t line = 1;
   std::size_t lineBegin = 0;
   std::optional<std::uint64_t> next = 0;  ///< index of the next word; none after the last possible
   std::uint64_t lastLine = 0;             ///< of the last word
-  std::uint64_t lineWords = 0;            ///< words of the last run in that line
+  std::uint64_t lineWords = 0;            ///< words of the run in that line
 };
 
 }  // namespace
 
 WordTextFault readWordText(std::string_view text, std::uint64_t wordBits, std::endian order,
-                           WordText& words) {
-  return WordTextParser(text, wordBits, order, words).parse();
+                           const WordVisitor& visit) {
+  return WordTextParser(text, wordBits, order, visit).parse();
 }

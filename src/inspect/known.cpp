@@ -27,19 +27,6 @@ std::string faultIn(const EqualLines& lines, const std::string& fileName, std::u
   return "";
 }
 
-std::string faultIn(const WordText& text, const std::string& fileName) {
-  if (text.runs.empty()) return positionText(fileName) + "holds no words";
-  std::uint64_t words = 0;
-  for (const WordRun& run : text.runs) {
-    if (run.firstWord != words) {
-      return positionText(fileName, run.line) + "word " + spellHex(run.firstWord) + " where word " +
-             spellHex(words) + " must come: the words of the whole memory must be known";
-    }
-    words += run.words;
-  }
-  return "";
-}
-
 // The words of an image, most significant byte first, without gaps.
 MemoryWords packWords(const std::vector<unsigned char>& image, std::uint64_t wordBits) {
   Memory memory;
@@ -75,17 +62,26 @@ bool readKnownText(const std::string& fileName, std::uint64_t wordBits, KnownWor
   ByteBuffer bytes;
   FileIdentity identity;
   if (!reportFault(loadBytes(fileName, bytes, identity), messages)) return false;
-  WordText text;
-  const WordTextFault bad = readWordText(bytes.text(), wordBits, std::endian::big, text);
-  const std::string fault = bad.text.empty()
-                                ? faultIn(text, fileName)
-                                : positionText(fileName, bad.line, bad.column) + bad.text;
+  std::vector<unsigned char> image;
+  known.numWords = 0;
+  const auto add = [&](const WordRun& run) {
+    if (run.firstWord != known.numWords) {
+      return positionText(fileName, run.line) + "word " + spellHex(run.firstWord) + " where word " +
+             spellHex(known.numWords) + " must come: the words of the whole memory must be known";
+    }
+    known.numWords += run.words;
+    known.wordBits = run.wordBits;
+    image.insert(image.end(), run.bytes.begin(), run.bytes.end());
+    return std::string();
+  };
+  const WordTextFault bad = readWordText(bytes.text(), wordBits, std::endian::big, add);
+  std::string fault = bad.text;
+  if (bad.line != 0) fault.insert(0, positionText(fileName, bad.line, bad.column));
+  if (fault.empty() && image.empty()) fault = positionText(fileName) + "holds no words";
   if (!fault.empty()) {
     messages.refuse(fault);
     return false;
   }
-  known.wordBits = text.wordBits;
-  known.words = packWords(text.bytes, text.wordBits);
-  known.numWords = text.bytes.size() / ((text.wordBits + 7) / 8);
+  known.words = packWords(image, known.wordBits);
   return true;
 }

@@ -91,22 +91,19 @@ std::string enterMemory(const Wanted& wanted, const Map& map, const AddressSpace
 std::string readWords(const Content& content, const Map& map, const PieceVisitor& visit) {
   const Memory& memory = map.memories[*content.place.memory];
   const std::uint64_t wordBytes = memory.wordBytes();
-  WordText words;
-  const WordTextFault fault = readWordText(content.bytes.text(), memory.wordBits,
-                                           memory.order.value_or(std::endian::big), words);
-  if (!fault.text.empty()) return positionText(content.file, fault.line, fault.column) + fault.text;
-  if (words.runs.empty()) return content.file + ": holds no words";
-  for (const WordRun& run : words.runs) {
+  bool isEmpty = true;
+  const auto visitRun = [&](const WordRun& run) -> std::string {
+    isEmpty = false;
     if (run.firstWord > UINT64_MAX / wordBytes) {
       return positionText(content.file, run.line) + "word " + spellHex(run.firstWord) +
              " has no room in " + nameWithLine(map, memory);
     }
-    std::string wrong = visit({run.firstWord * wordBytes,
-                               std::span(words.bytes).subspan(run.firstByte, run.words * wordBytes),
-                               "", run.line, run.lineWords * wordBytes});
-    if (!wrong.empty()) return wrong;
-  }
-  return "";
+    return visit({run.firstWord * wordBytes, run.bytes, "", run.line, run.lineWords * wordBytes});
+  };
+  const WordTextFault fault = readWordText(content.bytes.text(), memory.wordBits,
+                                           memory.order.value_or(std::endian::big), visitRun);
+  if (fault.line != 0) return positionText(content.file, fault.line, fault.column) + fault.text;
+  return isEmpty ? content.file + ": holds no words" : fault.text;
 }
 
 std::string readBytes(const std::string& file, Content& content) {
