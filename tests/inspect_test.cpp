@@ -1,96 +1,15 @@
-// ramgraft-inspect: what its subcommands promise about each other and about a run, and the real
-// binary as a user runs it.
+// ramgraft-inspect as a user runs it, and reading contents as they are written.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <fstream>
-#include <numeric>
-#include <sstream>
 
 #include "base/hexwords.h"
 #include "ebr/columns.h"
 #include "ebr/payload.h"
-#include "fixture.h"
 #include "inspected.h"
 
 namespace {
-
-// A memory that fills EBRs of two frames, in a stream in which they have another order.
-struct Memory {
-  RunFiles files;
-  std::string dataWidth;
-};
-
-Memory makeMemory(std::mt19937_64& random, std::size_t numEbrs, std::size_t bitsPerEbr) {
-  const std::size_t numWords = 128 / bitsPerEbr, wordBits = numEbrs * bitsPerEbr;
-  std::vector<std::string> wids(numEbrs);
-  for (std::size_t i = 0; i < numEbrs; ++i) wids[i] = digits(i + 1, 11);
-  std::string stream = digits(0, random() % 8);
-  for (const std::string& wid : wids) stream += ebrDigits(wid, 2, digits(random(), 64));
-  std::ranges::shuffle(wids, random);
-  Memory memory{{packDigits(stream), "", ""}, std::to_string(wordBits)};
-  for (const std::string& wid : wids) memory.files.wid += "0b" + wid + "\n";
-  memory.files.wid +=
-      "aw" + std::to_string(std::countr_zero(numWords)) + ";dw" + memory.dataWidth + "\n";
-  const std::size_t lineDigits = std::lcm(wordBits, 8U) / 4;
-  for (std::size_t i = 1; i <= numWords * wordBits / 4; ++i) {
-    memory.files.mem += "0123456789ABCDEF"[random() % 16];
-    if (i % lineDigits == 0) memory.files.mem += '\n';
-  }
-  return memory;
-}
-
-// dump of out.bit must give the words of the memory file, or their bytes in either order.
-std::string brokenDumpLaw(const RunFiles& files, std::size_t wordBits) {
-  const std::size_t wordBytes = wordBits / 8;
-  for (const std::string order : {"", "little", "big"}) {
-    if (!order.empty() && wordBits % 8 != 0) continue;
-    std::ofstream map("m.toml");
-    map << "version = 1\n[memory.m]\nwid = \"ram.wid\"\nwords = "
-        << static_cast<unsigned>(std::ranges::count(files.mem, '\n')) * std::lcm(wordBits, 8U) /
-               wordBits;
-    if (!order.empty()) map << "\norder = '" << order << "'";
-    map << std::flush;
-    std::vector<const char*> arguments = {"dump", "m.toml", "out.bit", "m", "-o", "new"};
-    if (order.empty()) arguments.push_back("--words");
-    const std::string said = inspect(arguments);
-    if (said != "0") return said;
-    std::string found = contentsOf("new"), bits;
-    for (std::size_t i = 0; order == "little" && i < found.size(); i += wordBytes) {
-      std::reverse(found.begin() + static_cast<int>(i),
-                   found.begin() + static_cast<int>(i + wordBytes));
-    }
-    std::istringstream words(found);
-    for (std::string word; order.empty() && words >> word;) {
-      bits += digitsOfHex(word).substr((4 - wordBits % 4) % 4);
-    }
-    std::string expected = files.mem;
-    std::erase(expected, '\n');
-    if ((order.empty() ? bits : unpackBytes(found)) != digitsOfHex(expected)) return order + found;
-  }
-  return "";
-}
-
-TEST(Inspect, TakesOutAndLocatesWhatWasGrafted) {
-  std::mt19937_64 random(1);
-  for (const unsigned numEbrs : {1U, 2U, 3U, 5U, 16U, 70U, 1000U}) {
-    for (const unsigned bitsPerEbr : {1U, 2U, 4U, 8U, 16U}) {
-      const Memory memory = makeMemory(random, numEbrs, bitsPerEbr);
-      const std::string name = std::to_string(numEbrs) + " EBRs, bits: " + memory.dataWidth;
-      ASSERT_EQ(runTool(memory.files).text.back(), '0');
-      // There may be warnings: bytes that a CRC covers can have bits of the EBR before.
-      EXPECT_EQ(inspect({"extract", "-o", "new", "out.bit", "ram.wid"}).back(), '0') << name;
-      EXPECT_EQ(contentsOf("new"), memory.files.mem) << name;
-      const std::string note = "NOTE: out.bit: taking identifiers of 11 bits";
-      const std::string said =
-          inspect({"locate", "--verbose", "--data-width", memory.dataWidth.c_str(), "-o", "new",
-                   "out.bit", "words.mem"});
-      EXPECT_TRUE(said.starts_with(note) && said.ends_with("\n0")) << name << said;
-      EXPECT_EQ(contentsOf("new"), memory.files.wid) << name;
-      EXPECT_EQ(brokenDumpLaw(memory.files, numEbrs * bitsPerEbr), "") << name;
-    }
-  }
-}
 
 TEST(Inspect, ReadsBackWhatIsWritten) {
   std::mt19937_64 random(3);
