@@ -2,6 +2,7 @@
 moved copy of the library, and holds what it writes against the tool's own run.
 
 Usage: installed.py SOURCE_FOLDER BUILD_FOLDER COMPILER FLAGS
+The compiler may come with a launcher, like "env g++".
 """
 
 import os
@@ -22,7 +23,8 @@ with tempfile.TemporaryDirectory() as name:
 
     def run(*args):
         """Runs a command in the scratch folder; returns what it prints."""
-        environment = os.environ | {"PKG_CONFIG_PATH": f"{scratch}/moved/lib/pkgconfig"}
+        environment = os.environ | {"CXX": compiler,
+                                    "PKG_CONFIG_PATH": f"{scratch}/moved/lib/pkgconfig"}
         done = subprocess.run(args, cwd=scratch, env=environment, text=True, check=False,
                               stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         if done.returncode != 0:
@@ -37,9 +39,9 @@ with tempfile.TemporaryDirectory() as name:
     run(f"{build}/ramgraft", "in.bit", "ram.wid", "firmware.mem", "expected.bit")
     expected = (scratch / "expected.bit").read_bytes()
     run("cmake", "-B", "build", f"-DCMAKE_PREFIX_PATH={scratch}/moved",
-        f"-DCMAKE_CXX_COMPILER={compiler}", f"-DCMAKE_CXX_FLAGS={flags}")
+        f"-DCMAKE_CXX_FLAGS={flags}")
     run("cmake", "--build", "build")
-    run("sh", "-c", command.replace("g++", f"'{compiler}' {flags}"))
+    run("sh", "-c", command.replace("g++", f"$CXX {flags}"))
     wids = [line[2:] for line in (scratch / "ram.wid").read_text().split()[:-1]]
     for built in ("build/graft", "./graft"):
         lines = run(built).splitlines()
