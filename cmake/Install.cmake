@@ -23,8 +23,8 @@ install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${CMAKE_INSTALL
 # By name, because anything may lie beside them; .ci/run holds the list against the tracked files.
 foreach(document docs/format-command.svg docs/format-line.svg docs/format-stream.svg
     docs/format-words.svg docs/format.md docs/inspect.md docs/library.md docs/load.md
-    docs/overview.svg docs/performance.md docs/performance.svg docs/promises.md docs/report.png docs/scripts.md
-    examples/ebrstream.py examples/make_example.py examples/make_firmware.py
+    docs/overview.svg docs/performance.md docs/performance.svg docs/promises.md docs/report.png
+    docs/scripts.md examples/ebrstream.py examples/make_example.py examples/make_firmware.py
     examples/show_changes.py)
   get_filename_component(folder ${document} DIRECTORY)
   install(FILES ${document} DESTINATION ${CMAKE_INSTALL_DOCDIR}/${folder})
