@@ -114,13 +114,16 @@ INSPECTIONS = {
     "locate": Inspection("S1", 3, "locate", (GRAFTED, "firmware.mem")),
     "locate-S3": Inspection("S3", 5, "locate", (GRAFTED, "firmware.mem")),
 }
+# locate --map of so many memories, which make up almost all EBRs of the stream of S3, compared with
+# a run of ramgraft on S3.
+MAP_MEMORIES, MAP_LIMIT = 6, 10
 # A run of ramgraft-load, compared with one of ramgraft on S1: how many memories like that of S1 it
 # loads, and how many times the time it may take. With an ELF file that has many symbols, of which
 # one is set, it may take so many milliseconds more.
 LOADS = {"load": (1, 1.3), "load-6": (6, 1.6)}
 ELF_EXTRA_MS, ELF_SYMBOLS = 20, 20_000
 ROWS = ("S1", "S2", "S3", "S3u", "S4", "S5", *(name for name in YARDSTICKS if "-" in name),
-        *INSPECTIONS, *LOADS, "load-elf")
+        *INSPECTIONS, "locate-map", *LOADS, "load-elf")
 
 
 class Row(NamedTuple):
@@ -354,6 +357,31 @@ def compare_load(name, stream, rounds):
                peak_bytes(ours), file_bytes(folder))
 
 
+def compare_map(name, stream, rounds):
+    """A row for a run of locate that writes a map and width files, in turn with one of ramgraft."""
+    each = stream._replace(listed=stream.sections // MAP_MEMORIES)
+    folder, count = make_memories(each, MAP_MEMORIES)
+    contents = [f"m{i}={folder}/m{i}.mem" for i in range(count)]
+    for number in range(count):
+        run_quietly([INSPECT, "random", f"--words={each.words}", f"--data-width={8 * each.listed}",
+                     f"--seed={number + 1}", "-o", folder / f"m{number}.mem"])
+    run_quietly(load_command(folder, *contents))
+    saved = folder / "saved"
+    ours = [str(INSPECT), "locate", "--map", f"{saved}/located.toml", f"{saved}/out.bit", *contents]
+    graft = ramgraft_command(make_stream(stream))
+    made = ["located.toml", *(f"m{i}.wid" for i in range(count))]
+    time, graft_time = time_in_turn([ours, graft], [[f"{saved}/{file}" for file in made],
+                                                    [graft[-1]]], rounds, True)
+    for number in range(count):
+        lines = [(place / f"m{number}.wid").read_text().replace("0b", "")
+                 for place in (folder, saved)]
+        if lines[0] != lines[1]:
+            raise SystemExit(f"{saved}/m{number}.wid isn't {folder}/m{number}.wid")
+    (saved / "located.toml").unlink()
+    return Row(name, f"{stream.describe()}, {count} memories", "S3, new file", time, graft_time,
+               MAP_LIMIT, peak_bytes(ours), file_bytes(folder))
+
+
 def compare_fill(name, stream, rounds):
     """A row for a stream of another fill, which isn't kept: with its output it may take 512 MB."""
     row = compare_with_copy(name, stream, rounds, is_fresh=True)
@@ -376,6 +404,9 @@ def measure(names, streams, rounds):
                 if is_fresh:
                     inspection = INSPECTIONS[name]
                     yield compare_inspection(name, inspection, streams[inspection.stream], rounds)
+            elif name == "locate-map":
+                if is_fresh:
+                    yield compare_map(name, streams["S3"], rounds)
             elif name.startswith("load"):
                 if is_fresh:
                     yield compare_load(name, streams["S1"], rounds)

@@ -108,7 +108,7 @@ def run(command, folder, programs, status=0):
 
 
 def make_stream(words):
-    """The bitstream of the design, with these words of ROM and RAM, as hexadecimal digits, in it."""
+    """The bitstream of the design with these words of ROM and RAM, hexadecimal ones, in it."""
     stream = b"\xff" * 32
     for number, first in enumerate(PARTS.values()):
         part = words[number * WORDS:(number + 1) * WORDS]
@@ -121,7 +121,7 @@ def make_stream(words):
 
 
 def build_random(folder):
-    """What placement and routing make of a design whose memories were initialised with text words."""
+    """What placement and routing make of a design with text words in its memories."""
     words = [word for name in ("rom.mem", "ram.mem")
              for word in (folder / name).read_text(encoding="ascii").split()]
     assert len(words) == len(PARTS) * WORDS, "random words"

@@ -8,228 +8,22 @@
 #include "companion/json.h"
 #include "companion/output.h"
 #include "console/lines.h"
-#include "inputs/widthfile.h"
 #include "inspect/known.h"
 #include "inspect/listed.h"
+#include "inspect/located.h"
 #include "inspect/sections.h"
 #include "inspect/subcommands.h"
-#include "inspect/unlocated.h"
 #include "layout/mapfile.h"
 #include "layout/mapspelling.h"
 #include "layout/maptext.h"
 #include "layout/number.h"
-#include "reports/position.h"
 #include "reports/text.h"
 
 namespace {
 
 using std::to_string;
 
-// A memory that is to be located.
-struct Wanted {
-  std::string name;  // in the map; empty without one
-  std::string file;  // with its contents
-  KnownWords known;
-  std::vector<Fit> parts;             // once it was located
-  std::string reason;                 // why it wasn't
-  std::vector<std::string> widFiles;  // of each part, as they are opened
-
-  std::string label() const { return name.empty() ? file : name + " (" + file + ")"; }
-};
-
-using Memories = std::vector<Wanted>;
-
 constexpr const char* STANDARD_INPUT = "/dev/stdin";
-
-// ---- Searching ----
-
-class Locator {
- public:
-  explicit Locator(const SectionTable& sections) : table(sections), ebrs(sections.findEbrs()) {}
-
-  const SectionTable& getTable() const { return table; }
-
-  std::string identifierOf(std::size_t ebr) const { return table.getIdentifier(ebrs[ebr]); }
-
-  // In width-file order.
-  std::vector<std::string> identifiersOf(const Fit& part) const {
-    std::vector<std::string> identifiers;
-    for (const std::size_t ebr : part.getEbrs()) identifiers.push_back(identifierOf(ebr));
-    return identifiers;
-  }
-
-  // Sets the parts of all memories, or the reasons why some have none.
-  void locate(Memories& memories, Messages& messages) const {
-    std::map<std::size_t, const Wanted*> owners;
-    for (Wanted& memory : memories) {
-      FitSearch search(table.getBitstream(), ebrs);
-      Location location = search.locate(memory.known);
-      if (location.outcome != Location::Outcome::FOUND) {
-        const auto identifiers = [this](std::size_t ebr) { return identifierOf(ebr); };
-        memory.reason = reasonOf(location, search, memory.known, identifiers);
-        continue;
-      }
-      memory.parts = std::move(location.parts);
-      for (const Fit& part : memory.parts) {
-        if (search.isTooShort(part.columnBits())) warnOfChance(memory, part, messages);
-        for (const std::size_t ebr : part.getEbrs()) claim(ebr, memory, owners);
-      }
-    }
-  }
-
-  void warnOfHiddenEbrs(const Memories& memories, Messages& messages) const {
-    for (const Wanted& memory : memories) {
-      for (const Fit& part : memory.parts) {
-        for (const std::size_t ebr : part.getEbrs()) {
-          warnOfHidden(table, ebrs[ebr], messages);
-        }
-      }
-    }
-  }
-
- private:
-  // Notes to which memory an EBR belongs.
-  void claim(std::size_t ebr, Wanted& memory, std::map<std::size_t, const Wanted*>& owners) const {
-    const auto [owner, isNew] = owners.emplace(ebr, &memory);
-    if (isNew || !memory.reason.empty()) return;
-    memory.reason =
-        "EBR " + identifierOf(ebr) + " is found for " + owner->second->label() + ", too";
-  }
-
-  void warnOfChance(const Wanted& memory, const Fit& part, Messages& messages) const {
-    messages.warn(memory.label() + ": EBRs are told apart by " + countOf(part.columnBits(), "bit") +
-                  " of contents, which can be chance among " + countOf(ebrs.size(), "EBR"));
-  }
-
-  const SectionTable& table;
-  std::vector<EbrCommand> ebrs;
-};
-
-// ---- Results ----
-
-// The smallest address that reaches so many words.
-int addressWidthFor(std::uint64_t numWords) {
-  int width = 1;
-  while (width < 63 && UINT64_C(1) << width < numWords) ++width;
-  return width;
-}
-
-std::string spellWid(const Locator& locator, const Wanted& memory, const Fit& part) {
-  return spellWidthFile(locator.identifiersOf(part),
-                        {addressWidthFor(part.numWords), static_cast<int>(memory.known.wordBits)});
-}
-
-// The names of the width files of a memory: "rom.wid", or "rom-0.wid", "rom-1.wid" and so on.
-std::vector<std::string> nameParts(const std::filesystem::path& name, std::size_t numParts) {
-  if (numParts == 1) return {name};
-  std::vector<std::string> names;
-  for (std::size_t part = 0; part < numParts; ++part) {
-    std::filesystem::path numbered = name;
-    numbered.replace_filename(name.stem().string() + "-" + to_string(part) +
-                              name.extension().string());
-    names.push_back(numbered);
-  }
-  return names;
-}
-
-// "rom: 4096 words of 32 bits, in 2 parts: rom-0.wid (4 EBRs hold ...), rom-1.wid (...)".
-std::string summaryOf(const Wanted& memory) {
-  std::string text = memory.name + ": " + countOf(memory.known.numWords, "word") + " of " +
-                     countOf(memory.known.wordBits, "bit");
-  for (std::size_t part = 0; part < memory.parts.size(); ++part) {
-    const Fit& fit = memory.parts[part];
-    text += (part == 0 ? ": " : ", ") + memory.widFiles[part] + " (";
-    if (memory.parts.size() > 1) text += countOf(fit.numWords, "word") + "; ";
-    text += describe(fit.split) + ")";
-  }
-  return withoutControls(text) + "\n";
-}
-
-Json partToJson(const Locator& locator, const Wanted& memory, std::size_t part) {
-  const Fit& fit = memory.parts[part];
-  Json json = {{"words", fit.numWords}, {"bitsPerEbr", fit.split.bitsPerEbr}};
-  if (!memory.widFiles.empty()) json["output"] = memory.widFiles[part];
-  json["identifiers"] = locator.identifiersOf(fit);
-  return json;
-}
-
-Json toJson(const Locator& locator, const Wanted& memory) {
-  Json json = {{"file", memory.file},
-               {"words", memory.known.numWords},
-               {"wordBits", memory.known.wordBits},
-               {"located", memory.reason.empty()}};
-  if (!memory.name.empty()) json["memory"] = memory.name;
-  if (!memory.reason.empty()) {
-    json["reason"] = memory.reason;
-    return json;
-  }
-  json["parts"] = Json::array();
-  for (std::size_t part = 0; part < memory.parts.size(); ++part) {
-    json["parts"].push_back(partToJson(locator, memory, part));
-  }
-  return json;
-}
-
-// ---- The map ----
-
-// "64 words of 16 bits (32 + 32)".
-std::string spellShape(const Wanted& memory) {
-  std::string parts;
-  for (const Fit& part : memory.parts) {
-    parts += (parts.empty() ? "" : " + ") + to_string(part.numWords);
-  }
-  return countOf(memory.known.numWords, "word") + " of " + countOf(memory.known.wordBits, "bit") +
-         " (" + parts + ")";
-}
-
-std::string spellShape(const Memory& memory) {
-  std::string parts;
-  for (const Part& part : memory.parts) {
-    parts += (parts.empty() ? "" : " + ") + to_string(part.words);
-    if (part.lanes.size() > 1) parts += " in " + to_string(part.lanes.size()) + " lanes";
-  }
-  return countOf(memory.words, "word") + " of " + countOf(memory.wordBits, "bit") + " (" + parts +
-         ")";
-}
-
-// Fits the located memories to the map: sets the names of their width files. Returns the sentence
-// that says why that can't be done, empty if it was done.
-std::string fitToMap(const Map& map, Memories& located) {
-  for (const Wanted& each : located) {
-    if (std::ranges::find(map.memories, each.name, &Memory::name) == map.memories.end()) {
-      return positionText(map.file) + "no memory is named " + each.name;
-    }
-  }
-  for (const Memory& memory : map.memories) {
-    const auto found = std::ranges::find(located, memory.name, &Wanted::name);
-    if (found == located.end()) {
-      return positionText(map.file, memory.line) + memory.name + " is to be located, too: give " +
-             memory.name + "=FILE";
-    }
-    if (spellShape(memory) != spellShape(*found)) {
-      return positionText(map.file, memory.line) + memory.name + " has " + spellShape(memory) +
-             ", located are " + spellShape(*found);
-    }
-    for (const Part& part : memory.parts) found->widFiles.push_back(part.lanes.front().widFile);
-  }
-  return "";
-}
-
-std::string spellNewMap(const std::string& design, const Memories& memories) {
-  std::vector<NewMemory> described;
-  for (const Wanted& memory : memories) {
-    NewMemory& each = described.emplace_back();
-    each.name = memory.name;
-    each.wordBits = memory.known.wordBits;
-    for (const Fit& part : memory.parts) each.words.push_back(part.numWords);
-    for (const std::string& file : memory.widFiles) {
-      each.widFiles.push_back(std::filesystem::path(file).filename());
-    }
-  }
-  return spellMap(design, described);
-}
-
-// ---- The command line ----
 
 struct Locate {
   std::string bitFile;
@@ -282,8 +76,8 @@ struct Locate {
   }
 
   // Takes an argument apart. Returns why that isn't possible.
-  std::string nameMemory(const std::string& argument, const Memories& others,
-                         Wanted& memory) const {
+  std::string nameMemory(const std::string& argument, const KnownMemories& others,
+                         KnownMemory& memory) const {
     const std::size_t equals = mapFile ? argument.find('=') : std::string::npos;
     if (mapFile && equals == std::string::npos) {
       return argument + ": with --map write NAME=" + argument;
@@ -292,24 +86,24 @@ struct Locate {
     if (mapFile && !isMemoryName(memory.name)) {
       return argument + ": no name before the =: letters, digits, _ . -, first a letter or _";
     }
-    if (std::ranges::find(others, memory.name, &Wanted::name) != others.end()) {
+    if (std::ranges::find(others, memory.name, &KnownMemory::name) != others.end()) {
       return argument + ": " + memory.name + " comes twice";
     }
     memory.file = argument.substr(mapFile ? equals + 1 : 0);
     if (memory.file != "-") return "";
     memory.file = STANDARD_INPUT;
     const bool isAgain = bitFile == STANDARD_INPUT || mapFile == STANDARD_INPUT ||
-                         std::ranges::find(others, memory.file, &Wanted::file) != others.end();
+                         std::ranges::find(others, memory.file, &KnownMemory::file) != others.end();
     return isAgain ? "standard input (-) can't be read twice" : "";
   }
 
   // Names the memories and their files. Returns what is wrong with the command line.
-  std::string readArguments(Memories& memories) const {
+  std::string readArguments(KnownMemories& memories) const {
     if (!mapFile && arguments.size() > 1) return "several memories need --map";
     std::map<std::string, std::uint64_t> widths;
     std::string fault = readWidths(widths);
     for (const std::string& argument : arguments) {
-      Wanted memory;
+      KnownMemory memory;
       if (fault.empty()) fault = nameMemory(argument, memories, memory);
       if (const auto width = widths.extract(memory.name)) memory.known.wordBits = width.mapped();
       memories.push_back(std::move(memory));
@@ -319,9 +113,9 @@ struct Locate {
   }
 
   // False if one can't be read, which is reported.
-  bool readContents(Memories& memories, const Messages& messages) const {
+  bool readContents(KnownMemories& memories, const Messages& messages) const {
     const auto read = mapFile ? readKnownText : readKnownLines;
-    return std::ranges::all_of(memories, [&](Wanted& memory) {
+    return std::ranges::all_of(memories, [&](KnownMemory& memory) {
       return read(memory.file, memory.known.wordBits, memory.known, messages);
     });
   }
@@ -341,9 +135,9 @@ struct Locate {
                    : "";
   }
 
-  std::string nameOutputs(const Map& map, Memories& memories) const {
+  std::string nameOutputs(const Map& map, KnownMemories& memories) const {
     if (isUpdate) return fitToMap(map, memories);
-    for (Wanted& memory : memories) {
+    for (KnownMemory& memory : memories) {
       const std::size_t numParts = memory.parts.size();
       if (mapFile) {
         std::filesystem::path name = *mapFile;
@@ -359,9 +153,11 @@ struct Locate {
   }
 
   // Why the outputs can't be written; empty if they can.
-  std::string refuseOutputs(const std::vector<FileText>& outputs, const Memories& memories) const {
+  std::string refuseOutputs(const std::vector<FileText>& outputs,
+                            const KnownMemories& memories) const {
     std::vector<ReadFile> inputs = {{bitFile, identityOf(bitFile)}};
-    for (const Wanted& memory : memories) inputs.push_back({memory.file, identityOf(memory.file)});
+    for (const KnownMemory& memory : memories)
+      inputs.push_back({memory.file, identityOf(memory.file)});
     std::map<std::string, int> counts;
     for (const FileText& output : outputs) {
       std::string fault = refuseInput(output.fileName, inputs);
@@ -373,9 +169,9 @@ struct Locate {
 
   // Writes all files. A single one needn't be a regular file.
   std::string write(const Locator& locator, const Map& map, const ByteBuffer& mapText,
-                    const Memories& memories) const {
+                    const KnownMemories& memories) const {
     std::vector<FileText> outputs;
-    for (const Wanted& memory : memories) {
+    for (const KnownMemory& memory : memories) {
       for (std::size_t part = 0; part < memory.widFiles.size(); ++part) {
         outputs.push_back({memory.widFiles[part], spellWid(locator, memory, memory.parts[part])});
       }
@@ -391,7 +187,7 @@ struct Locate {
     return putFile(outputs.front().fileName, bytesOf(outputs.front().text), {});
   }
 
-  ExitStatus print(const Locator& locator, const Memories& memories, bool isLocated,
+  ExitStatus print(const Locator& locator, const KnownMemories& memories, bool isLocated,
                    const Messages& messages) const {
     StandardOutput output;
     if (isJson) {
@@ -401,11 +197,11 @@ struct Locate {
       object.add("design", fingerprintOf(locator.getTable()));
       object.add("located", isLocated);
       object.beginList("memories");
-      for (const Wanted& memory : memories) object.addElement(toJson(locator, memory));
+      for (const KnownMemory& memory : memories) object.addElement(toJson(locator, memory));
       object.endList();
       object.end(messages.getWarnings());
     } else if (isLocated && mapFile) {
-      for (const Wanted& memory : memories) output.write(summaryOf(memory));
+      for (const KnownMemory& memory : memories) output.write(summaryOf(memory));
     } else if (isLocated && !hasFile()) {
       output.write(spellWid(locator, memories.front(), memories.front().parts.front()));
     }
@@ -414,7 +210,7 @@ struct Locate {
 
   ExitStatus run() const {
     Messages messages(isJson, detail);
-    Memories memories;
+    KnownMemories memories;
     OpenStream stream;
     Map map;
     ByteBuffer mapText;
@@ -430,7 +226,7 @@ struct Locate {
     const Locator locator(*table);
     locator.locate(memories, messages);
     bool isLocated = true;
-    for (const Wanted& memory : memories) {
+    for (const KnownMemory& memory : memories) {
       if (memory.reason.empty()) continue;
       isLocated = false;
       printDiagnostic("not located: ", withoutControls(memory.label() + ": " + memory.reason));
