@@ -4,8 +4,11 @@
 #include <bit>
 #include <utility>
 
+#include "ebr/format.h"
+
 namespace {
 
+constexpr std::uint64_t FRAME_CONTENT_BITS = 8 * FRAME_PAYLOAD_WORDS;
 constexpr std::uint64_t MOST_EBRS = 65536;  // spares time for lines of millions of digits
 
 // The number of an EBR that two of the parts, all unique, have; nothing if there is none.
@@ -67,14 +70,19 @@ FitSearch::Ways FitSearch::findWays(KnownWords& known, std::uint64_t firstWord,
       ways.splits.push_back(split);
       if (found.isUnique()) ways.areAllAlike = false;
       if (ways.splits.size() == 1) ways.first = std::move(found);
-    } else if (found.numFound * std::max<std::uint64_t>(best.split.numEbrs, 1) >
-               best.numFound * split.numEbrs) {
+    } else if (!isTooShort(found.columnBits()) &&
+               found.numFound * std::max<std::uint64_t>(best.split.numEbrs, 1) >
+                   best.numFound * split.numEbrs) {
       best = {firstWord, numWords, split, found.numFound, {}};
     }
   };
   if (preferred) tryOne(*preferred);
   if (!ways.splits.empty()) return ways;
-  for (const Split& split : splitsOf(known.wordBits)) tryOne(split);
+  for (const Split& split : splitsOf(known.wordBits)) {
+    // No memory has parts that need less than a frame: shorter columns would be found by chance.
+    const bool isAll = numWords == known.numWords;
+    if (isAll || numWords * split.bitsPerEbr >= FRAME_CONTENT_BITS) tryOne(split);
+  }
   return ways;
 }
 

@@ -45,7 +45,8 @@ struct Location {
   std::vector<Fit> parts;   ///< lowest words first; all of them if FOUND
   std::vector<Split> ways;  ///< MANY_WAYS: at least two
   std::size_t ebr = 0;      ///< TWICE: its number
-  Fit best;                 ///< NOT_FOUND: the try that found the most of its columns; no matches
+  Fit best;                 ///< NOT_FOUND: the try that found the most of its columns, of those
+                            ///< that aren't too short; no matches
 };
 
 /// Looks for words among the EBRs of a bitstream, commands without fault. Both must outlive it.
@@ -56,8 +57,8 @@ class FitSearch {
 
   /// Tries parts of a power of two words each, the last of which may have fewer, the deepest ones
   /// first, and ends at the first depth at which every part is found. A part is dealt out like the
-  /// first one if that fits, else in any other way. How the words are dealt out afterwards isn't
-  /// defined.
+  /// first one if that fits, else in any other way that needs at least a frame of each EBR. How the
+  /// words are dealt out afterwards isn't defined.
   Location locate(KnownWords& known);
   /// Tries the words [firstWord, firstWord + numWords), which must be there, in one way.
   Fit fit(KnownWords& known, std::uint64_t firstWord, std::uint64_t numWords, const Split& split);
