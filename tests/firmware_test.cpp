@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cinttypes>
-#include <functional>
 
 #include "base/digits.h"
 #include "firmware/elffile.h"
@@ -19,17 +18,27 @@ std::string hex(std::int64_t value) {
   return text.data();
 }
 
-using Reader = std::function<std::string(const std::string&, std::span<const unsigned char>,
-                                         FirmwareFacts&, const PieceVisitor&)>;
+// The highest addresses are negative.
+std::string spellAddress(std::uint64_t value, bool isWide) {
+  return hex(isWide ? static_cast<std::int64_t>(value) : static_cast<std::int32_t>(value));
+}
 
-// What a file named f contains, or what is wrong with it. The highest addresses are negative.
-std::string read(const Reader& reader, const std::string& bytes, bool isWide = true) {
+// The symbols of an ELF file named f, or what is wrong with it.
+std::string readSymbols(const std::string& bytes, bool isWide = true) {
+  std::vector<Symbol> symbols;
+  std::string text = readElfSymbols("f", {dataOf(bytes), bytes.size()}, symbols);
+  for (const Symbol& symbol : symbols) {
+    text += std::string(symbol.name) + (symbol.isAbsolute ? ":=" : "=") +
+            spellAddress(symbol.address, isWide) + " ";
+  }
+  return text;
+}
+
+// What a file named f contains, or what is wrong with it.
+std::string read(Format format, const std::string& bytes, bool isWide = true) {
   std::string text;
-  const auto address = [&](std::uint64_t value) {
-    return hex(isWide ? static_cast<std::int64_t>(value) : static_cast<std::int32_t>(value));
-  };
   const auto addPiece = [&](const Piece& piece) {
-    text += piece.section + "@" + address(piece.address) + "=";
+    text += piece.section + "@" + spellAddress(piece.address, isWide) + "=";
     text.append(piece.bytes.begin(), piece.bytes.end());
     for (std::size_t i = 0; i < piece.bytes.size() && piece.line != 0; ++i) {
       text += std::to_string(piece.lineOf(i));
@@ -38,17 +47,17 @@ std::string read(const Reader& reader, const std::string& bytes, bool isWide = t
     return "";
   };
   FirmwareFacts facts;
-  const std::string fault = reader("f", {dataOf(bytes), bytes.size()}, facts, addPiece);
+  const std::string fault =
+      readFirmware(format, "f", {dataOf(bytes), bytes.size()}, facts, addPiece);
   if (!fault.empty()) return fault;
-  for (const Symbol& symbol : facts.symbols) {
-    text +=
-        std::string(symbol.name) + (symbol.isAbsolute ? ":=" : "=") + address(symbol.address) + " ";
+  if (format == Format::ELF) {
+    const std::string symbols = readSymbols(bytes, isWide);
+    if (symbols.starts_with("f: ")) return symbols;
+    text += symbols;
   }
   for (const std::string& note : facts.notes) text += note;
   return text;
 }
-
-Reader readerOf(Format format) { return std::bind_front(readFirmware, format); }
 
 const std::string PIECES = ".text@1000=codecode .data@1008=data ";
 const std::string DATA_SYMBOLS = "absolute:=20000002 blank=20000008 counter=100a ";
@@ -108,18 +117,15 @@ TEST(Elf, ReadsOrRefuses) {
   for (const auto& [changes, expected] : rows) {
     for (const int variant : {0, 1, 2, 3}) {
       const bool isWide = variant % 2 != 0;
-      std::string text = read(readElf, elfFile(isWide, variant / 2 != 0, changes), isWide);
+      std::string text = read(Format::ELF, elfFile(isWide, variant / 2 != 0, changes), isWide);
       if (expected.ends_with("be ")) text.resize(std::min(text.size(), expected.size()));
       EXPECT_EQ(text, expected) << variant;
     }
   }
   const ElfFields stripped = {{"text.type", 8}, {"data.type", 8}, {"rom.filesz", MOST}};
-  const auto readSymbols = [](const auto& name, auto bytes, auto& facts, const auto&) {
-    return readElfSymbols(name, bytes, facts);
-  };
-  EXPECT_EQ(read(readSymbols, elfFile(true, false, stripped)),
+  EXPECT_EQ(readSymbols(elfFile(true, false, stripped)),
             "absolute:=20000002 blank=1010 counter=100a main=1005 ");
-  EXPECT_EQ(read(readElf,
+  EXPECT_EQ(read(Format::ELF,
                  "\x7F"
                  "ELF"),
             "f: not an ELF file, or its header is damaged");
@@ -177,7 +183,7 @@ TEST(Records, ReadOrRefused) {
   for (const auto& [text, expected] : rows) {
     const std::optional<Format> format = detectFormat({dataOf(text), text.size()});
     ASSERT_TRUE(format) << text;
-    EXPECT_EQ(read(readerOf(*format), text), expected);
+    EXPECT_EQ(read(*format, text), expected);
   }
   for (const std::string text : {"", " ", ":", " :g", "Sa",
                                  "\x7F"
@@ -189,14 +195,14 @@ TEST(Records, ReadOrRefused) {
 // A type isn't covered by the checksum of an S-record.
 TEST(Records, NoDigitCanBeWrong) {
   for (const std::string& text : {validHex(), validSRecords()}) {
-    const Reader reader = readerOf(text[0] == 'S' ? Format::S_RECORD : Format::INTEL_HEX);
+    const Format format = text[0] == 'S' ? Format::S_RECORD : Format::INTEL_HEX;
     for (std::size_t i = 1; i < text.size(); ++i) {
       if (hexDigitValue(text[i]) < 0 || text[i - 1] == 'S') continue;
       for (const char digit : HEX_DIGITS) {
         if (hexDigitValue(text[i]) == hexDigitValue(digit)) continue;
         std::string damaged = text;
         damaged[i] = digit;
-        EXPECT_NE(read(reader, damaged).find("should be"), std::string::npos) << damaged;
+        EXPECT_NE(read(format, damaged).find("should be"), std::string::npos) << damaged;
       }
     }
   }
@@ -204,10 +210,10 @@ TEST(Records, NoDigitCanBeWrong) {
 
 TEST(Firmware, IsRefusedWhereverItIsCutOff) {
   for (const std::string& text : {elfFile(false, true), validHex(), validSRecords()}) {
-    const Reader reader = readerOf(*detectFormat({dataOf(text), text.size()}));
+    const Format format = *detectFormat({dataOf(text), text.size()});
     const std::size_t end = text[0] == '\x7F' ? text.size() : text.find_last_not_of(" \r\n") + 1;
     for (std::size_t size = 0; size <= text.size(); ++size) {
-      EXPECT_EQ(read(reader, text.substr(0, size)).starts_with("f"), size < end) << size;
+      EXPECT_EQ(read(format, text.substr(0, size)).starts_with("f"), size < end) << size;
     }
   }
 }

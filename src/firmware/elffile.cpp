@@ -66,15 +66,14 @@ class ElfReader {
             FirmwareFacts& factsOfFile, PieceVisitor toVisit)
       : fileName(file), bytes(fileBytes), facts(factsOfFile), visit(std::move(toVisit)) {}
 
-  std::string readAll() {
+  std::string read() {
     if (std::string wrong = readHeaders(); !wrong.empty()) return wrong;
-    if (std::string wrong = readPieces(); !wrong.empty()) return wrong;
-    return readSymbols();
+    return readPieces();
   }
 
-  std::string readSymbolsOnly() {
+  std::string readSymbols(std::vector<Symbol>& symbols) {
     if (std::string wrong = readHeaders(); !wrong.empty()) return wrong;
-    return readSymbols();
+    return addSymbols(symbols);
   }
 
  private:
@@ -317,7 +316,7 @@ class ElfReader {
   }
 
   // ELF allows one table of symbols.
-  std::string readSymbols() {
+  std::string addSymbols(std::vector<Symbol>& to) {
     haveBytes = std::ranges::any_of(sections, [](const Section& section) {
       return isAllocated(section.header) && hasFileBytes(section.header);
     });
@@ -333,15 +332,16 @@ class ElfReader {
     Elf_Data* const data = rawData(symbols.sh_offset, count * symbols.sh_entsize, ELF_T_SYM);
     if (data == nullptr) return fault("the symbols can't be read");  // GCOVR_EXCL_LINE: no memory
     GElf_Sym symbol;
-    for (int i = 0; gelf_getsym(data, i, &symbol) != nullptr; ++i)
-      addSymbol(symbol, symbols.sh_link);
-    std::sort(facts.symbols.begin(), facts.symbols.end(), [](const Symbol& a, const Symbol& b) {
+    for (int i = 0; gelf_getsym(data, i, &symbol) != nullptr; ++i) {
+      addSymbol(symbol, symbols.sh_link, to);
+    }
+    std::sort(to.begin(), to.end(), [](const Symbol& a, const Symbol& b) {
       return std::tie(a.name, a.address) < std::tie(b.name, b.address);
     });
     return {};
   }
 
-  void addSymbol(const GElf_Sym& symbol, std::size_t names) {
+  void addSymbol(const GElf_Sym& symbol, std::size_t names, std::vector<Symbol>& to) const {
     const unsigned type = GELF_ST_TYPE(symbol.st_info);
     if (type != STT_NOTYPE && type != STT_OBJECT && type != STT_FUNC) return;
     const std::string_view name = nameAt(names, symbol.st_name);
@@ -350,10 +350,10 @@ class ElfReader {
     // Here the lowest bit of a function's address says which instruction set the function is in.
     if (header.e_machine == EM_ARM && type == STT_FUNC) address &= ~UINT64_C(1);
     if (symbol.st_shndx == SHN_ABS) {
-      facts.symbols.push_back({name, address, true});
+      to.push_back({name, address, true});
     } else if (symbol.st_shndx < std::min<std::size_t>(sections.size(), SHN_LORESERVE) &&
                isAllocated(sections[symbol.st_shndx].header)) {
-      facts.symbols.push_back({name, loadAddress(sections[symbol.st_shndx], address), false});
+      to.push_back({name, loadAddress(sections[symbol.st_shndx], address), false});
     }
   }
 
@@ -386,10 +386,11 @@ class ElfReader {
 
 std::string readElf(const std::string& fileName, std::span<const unsigned char> bytes,
                     FirmwareFacts& facts, const PieceVisitor& visit) {
-  return ElfReader(fileName, bytes, facts, visit).readAll();
+  return ElfReader(fileName, bytes, facts, visit).read();
 }
 
 std::string readElfSymbols(const std::string& fileName, std::span<const unsigned char> bytes,
-                           FirmwareFacts& facts) {
-  return ElfReader(fileName, bytes, facts, nullptr).readSymbolsOnly();
+                           std::vector<Symbol>& symbols) {
+  FirmwareFacts facts;
+  return ElfReader(fileName, bytes, facts, nullptr).readSymbols(symbols);
 }

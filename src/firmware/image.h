@@ -31,14 +31,13 @@ using PieceVisitor = std::function<std::string(const Piece&)>;
 
 /// A name for an address.
 struct Symbol {
-  std::string_view name;  ///< at least one character; in the file's bytes
+  std::string_view name;  ///< at least one character; in the file's bytes, which must live as long
   std::uint64_t address = 0;
   bool isAbsolute = false;  ///< true if the address doesn't move when the file's contents do
 };
 
-/// What a firmware file contains beside its pieces. The file's bytes must live as long.
+/// What a firmware file says beside its pieces.
 struct FirmwareFacts {
-  std::vector<Symbol> symbols;           ///< ELF: sorted by name, then by address
   std::optional<std::endian> byteOrder;  ///< ELF: of the processor; else nothing
   std::vector<std::string> notes;  ///< sentences for the user; each begins with the file's name
 };

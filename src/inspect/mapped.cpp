@@ -43,9 +43,11 @@ bool openMap(const std::string& mapFile, const OpenStream& stream, bool takesAny
 
 std::vector<unsigned char> readImage(const Bitstream& bitstream, const Memory& memory,
                                      const Placement& placement) {
-  std::vector<unsigned char> image(memory.bytes());
-  for (std::size_t part = 0; part < memory.parts.size(); ++part) {
-    readPart(bitstream, memory, part, placement, image);
+  std::vector<unsigned char> image;
+  image.reserve(memory.bytes());
+  for (const Part& part : memory.parts) {
+    const std::vector<unsigned char> bytes = readPart(bitstream, memory, part, placement);
+    image.insert(image.end(), bytes.begin(), bytes.end());
   }
   return image;
 }

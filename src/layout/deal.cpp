@@ -3,7 +3,6 @@
 #include "layout/deal.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "base/reversal.h"
 #include "ebr/columns.h"
@@ -15,8 +14,8 @@ namespace {
 bool hasWholeBytes(const Lane& lane) { return lane.firstBit % 8 == 0 && lane.bits % 8 == 0; }
 
 // The words of a part in an image of the whole memory.
-template <typename Byte>
-std::span<Byte> wordsOf(const Memory& memory, const Part& part, std::span<Byte> image) {
+std::span<const unsigned char> wordsOf(const Memory& memory, const Part& part,
+                                       std::span<const unsigned char> image) {
   return image.subspan(part.firstWord * memory.wordBytes(), part.words * memory.wordBytes());
 }
 
@@ -107,24 +106,23 @@ MemoryWords dealLane(const Memory& memory, const Part& part, const Lane& lane,
   return words;
 }
 
-void readPart(const Bitstream& bitstream, const Memory& memory, std::size_t part,
-              const Placement& placement, std::span<unsigned char> image) {
-  const Part& its = memory.parts[part];
-  const std::span<unsigned char> to = wordsOf(memory, its, image);
-  std::ranges::fill(to, static_cast<unsigned char>(0));
-  for (const Lane& lane : its.lanes) {
-    MemoryWords words = readLane(bitstream, its, lane, placement);
+std::vector<unsigned char> readPart(const Bitstream& bitstream, const Memory& memory,
+                                    const Part& part, const Placement& placement) {
+  std::vector<unsigned char> bytes(part.words * memory.wordBytes());
+  for (const Lane& lane : part.lanes) {
+    MemoryWords words = readLane(bitstream, part, lane, placement);
     const std::span<unsigned char> row = words.getBytes();
     if (hasWholeBytes(lane)) {
       reverseBits(row);
-      forEachWord(memory, its, lane, [&](std::uint64_t word, std::uint64_t rowByte) {
-        copyBytes(memory, &row[rowByte], lane.bits / 8, &to[word]);
+      forEachWord(memory, part, lane, [&](std::uint64_t word, std::uint64_t rowByte) {
+        copyBytes(memory, &row[rowByte], lane.bits / 8, &bytes[word]);
       });
       continue;
     }
     const auto copy = [&](std::uint64_t byte, std::uint64_t place, std::uint64_t rowBit) {
-      turnOn(to[byte], place, row[rowBit / 8] >> rowBit % 8 & 1U);
+      turnOn(bytes[byte], place, row[rowBit / 8] >> rowBit % 8 & 1U);
     };
-    forEachBit(memory, its, lane, copy);
+    forEachBit(memory, part, lane, copy);
   }
+  return bytes;
 }

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "base/ramgraftbstream.h"
 #include "ebr/memorywords.h"
@@ -17,9 +18,9 @@
 MemoryWords dealLane(const Memory& memory, const Part& part, const Lane& lane,
                      std::span<const unsigned char> image);
 
-/// The inverse for all lanes of part number `part`: overwrites the part's words in `image`, which
-/// is that of the whole memory, with what the bitstream has. Unused bits become 0.
-void readPart(const Bitstream& bitstream, const Memory& memory, std::size_t part,
-              const Placement& placement, std::span<unsigned char> image);
+/// The inverse for all lanes of a part: its words in the bitstream as bytes of the memory. Unused
+/// bits are 0.
+std::vector<unsigned char> readPart(const Bitstream& bitstream, const Memory& memory,
+                                    const Part& part, const Placement& placement);
 
 #endif

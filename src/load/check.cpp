@@ -6,13 +6,15 @@
 
 namespace {
 
-void compareBytes(std::span<const unsigned char> expected, std::span<const unsigned char> found,
-                  std::uint64_t unit, MemoryDifferences& differences) {
-  for (std::uint64_t at = 0; at < expected.size(); at += unit) {
-    if (std::ranges::equal(expected.subspan(at, unit), found.subspan(at, unit))) continue;
+// Compares what a memory is to have from byte `offset` on with what was found there.
+void compareBytes(std::span<const unsigned char> expected, std::uint64_t offset,
+                  std::span<const unsigned char> found, std::uint64_t unit,
+                  MemoryDifferences& differences) {
+  for (std::uint64_t at = 0; at < found.size(); at += unit) {
+    if (std::ranges::equal(expected.subspan(offset + at, unit), found.subspan(at, unit))) continue;
     std::vector<Difference>& runs = differences.runs;
-    const bool isAdjacent = !runs.empty() && runs.back().offset + runs.back().bytes == at;
-    if (!isAdjacent) runs.push_back({at, 0});
+    const bool isAdjacent = !runs.empty() && runs.back().offset + runs.back().bytes == offset + at;
+    if (!isAdjacent) runs.push_back({offset + at, 0});
     runs.back().bytes += unit;
     differences.bytes += unit;
     differences.found.insert(differences.found.end(),
@@ -29,13 +31,13 @@ std::vector<MemoryDifferences> compareImages(const Map& map, const Placement& pl
   for (std::size_t number = 0; number < map.memories.size(); ++number) {
     const Memory& memory = map.memories[number];
     const MemoryImage& image = images.getImage(number);
-    if (image.bytes.empty()) continue;
-    std::vector<unsigned char> found = image.bytes;
-    for (std::size_t part = 0; part < memory.parts.size(); ++part) {
-      if (image.isTouched[part] != 0) readPart(bitstream, memory, part, placement, found);
-    }
     const std::uint64_t unit = memory.hasByteAddresses() ? 1 : memory.wordBytes();
-    compareBytes(image.bytes, found, unit, differences[number]);
+    for (std::size_t part = 0; part < image.isTouched.size(); ++part) {
+      if (image.isTouched[part] == 0) continue;
+      const Part& its = memory.parts[part];
+      compareBytes(image.bytes, its.firstWord * memory.wordBytes(),
+                   readPart(bitstream, memory, its, placement), unit, differences[number]);
+    }
   }
   return differences;
 }

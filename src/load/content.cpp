@@ -48,9 +48,16 @@ ContentFormat toContentFormat(Format format) {
   return ContentFormat::S_RECORD;
 }
 
+// Some systems write names in upper case.
+bool isBinary(const std::string& file) {
+  std::string end = file.substr(file.size() - std::min<std::size_t>(file.size(), 4));
+  for (char& character : end) character |= 0x20;
+  return end == ".bin";
+}
+
 ContentFormat formatOf(const Wanted& wanted, std::span<const unsigned char> bytes) {
   if (wanted.format) return *wanted.format;
-  if (!wanted.place.empty() && wanted.file.ends_with(".bin")) return ContentFormat::BIN;
+  if (!wanted.place.empty() && isBinary(wanted.file)) return ContentFormat::BIN;
   const std::optional<Format> detected = detectFormat(bytes);
   return detected ? toContentFormat(*detected) : ContentFormat::WORDS;
 }
@@ -63,7 +70,8 @@ std::string noAddress(const std::string& file, const Map& map) {
 // Finds where a content goes.
 std::string resolve(const Wanted& wanted, const Map& map, Place& place) {
   const std::optional<PlaceText> text = parsePlace(wanted.place);
-  if (!text) return wanted.place + ": no place: a number that doesn't fit 64 bits";
+  if (!text)
+    return wanted.place + ": no place: neither a number of at most 64 bits nor NAME+OFFSET";
   place.value = text->number;
   if (text->name.empty()) return "";
   place.memory = findMemory(map, text->name);
@@ -164,9 +172,14 @@ std::string readPieces(const Content& content, const Map& map, FirmwareFacts& fa
   return readWords(content, map, visit);
 }
 
+std::string readSymbols(Content& content) {
+  if (content.format != ContentFormat::ELF) return "";
+  return readElfSymbols(content.file, {content.bytes.data(), content.bytes.size()},
+                        content.symbols);
+}
+
 std::string readSymbolFile(const std::string& file, Content& content) {
   content.format = ContentFormat::ELF;
-  std::string fault = readBytes(file, content);
-  if (!fault.empty()) return fault;
-  return readElfSymbols(file, {content.bytes.data(), content.bytes.size()}, content.facts);
+  const std::string fault = readBytes(file, content);
+  return fault.empty() ? readSymbols(content) : fault;
 }

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/bytebuffer.h"
 #include "files/descriptor.h"
@@ -24,9 +25,10 @@ struct Content {
   std::string file;  ///< its name as given
   FileIdentity identity;
   ContentFormat format = ContentFormat::BIN;
-  Place place;          ///< where address 0 of its pieces is
-  ByteBuffer bytes;     ///< of the file
-  FirmwareFacts facts;  ///< known once the pieces have been read
+  Place place;                  ///< where address 0 of its pieces is
+  ByteBuffer bytes;             ///< of the file
+  FirmwareFacts facts;          ///< known once the pieces have been read
+  std::vector<Symbol> symbols;  ///< of an ELF file, once they have been read, sorted by name
 
   /// Where the symbol is; nothing past 2^64 - 1.
   std::optional<Place> placeOf(const Symbol& symbol) const;
@@ -48,7 +50,11 @@ std::string openContent(const std::string& argument, const Map& map, const Addre
 std::string readPieces(const Content& content, const Map& map, FirmwareFacts& facts,
                        const PieceVisitor& visit);
 
-/// Reads an ELF file whose symbols count, but not its contents. Returns as openContent() does.
+/// Reads the symbols of an open content, if it is an ELF file. Returns as openContent() does.
+std::string readSymbols(Content& content);
+
+/// Opens an ELF file whose symbols count, but not its contents, and reads them. Returns as
+/// openContent() does.
 std::string readSymbolFile(const std::string& file, Content& content);
 
 #endif

@@ -1,5 +1,7 @@
 #include "load/depfile.h"
 
+#include <algorithm>
+
 namespace {
 
 // Escapes a name as compilers do in the rules that they write.
@@ -21,9 +23,11 @@ std::string escape(const std::string& name) {
 }  // namespace
 
 std::string spellRule(const std::string& output, const std::vector<std::string>& inputs) {
+  const auto isBad = [](const std::string& name) {
+    return name.find_first_of("\n\r;=|") != std::string::npos || name.ends_with('\\');
+  };
+  if (isBad(output) || std::ranges::any_of(inputs, isBad)) return "";
   std::string rule = escape(output) + ":";
   for (const std::string& input : inputs) rule += " \\\n  " + escape(input);
-  std::string names = output;
-  for (const std::string& input : inputs) names += input;
-  return names.find_first_of("\n\r") == std::string::npos ? rule + "\n" : "";
+  return rule + "\n";
 }

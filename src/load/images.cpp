@@ -21,14 +21,16 @@ std::size_t findByte(std::span<const unsigned char> bytes, unsigned char wanted)
              : static_cast<std::size_t>(static_cast<const unsigned char*>(found) - bytes.data());
 }
 
-// Gives each byte that nothing was given for the one of the pattern, which repeats.
-void fillGaps(std::span<const unsigned char> pattern, MemoryImage& image) {
-  const std::span<const unsigned char> given = image.isGiven;
+// Gives each byte in [begin, end) that nothing was given for the one of the pattern, which repeats.
+void fillGaps(std::span<const unsigned char> pattern, std::size_t begin, std::size_t end,
+              MemoryImage& image) {
+  const auto given = std::span(image.isGiven).subspan(begin, end - begin);
+  const auto bytes = std::span(image.bytes).subspan(begin, end - begin);
   for (std::size_t at = 0; at < given.size();) {
     at += findByte(given.subspan(at), 0);
-    const std::size_t end = at + findByte(given.subspan(at), 1);
-    for (std::size_t place = at % pattern.size(); at < end; ++at) {
-      image.bytes[at] = pattern[place];
+    const std::size_t gapEnd = at + findByte(given.subspan(at), 1);
+    for (std::size_t place = at % pattern.size(); at < gapEnd; ++at) {
+      bytes[at] = pattern[place];
       if (++place == pattern.size()) place = 0;
     }
   }
@@ -227,13 +229,15 @@ void Images::complete(const Bitstream& bitstream, const Placement& placement, bo
     MemoryImage& image = images[number];
     if (image.bytes.empty()) continue;
     if (image.hasContent && !keepsRest) {
-      fillGaps(memory.fillWord(), image);
-    } else {
-      std::vector<unsigned char> rest(image.bytes.size());
-      for (std::size_t part = 0; part < memory.parts.size(); ++part) {
-        if (image.isTouched[part]) readPart(bitstream, memory, part, placement, rest);
-      }
-      fillGaps(rest, image);
+      fillGaps(memory.fillWord(), 0, image.bytes.size(), image);
+      continue;
+    }
+    for (std::size_t part = 0; part < memory.parts.size(); ++part) {
+      if (image.isTouched[part] == 0) continue;
+      const Part& its = memory.parts[part];
+      const std::size_t begin = its.firstWord * memory.wordBytes();
+      const auto rest = readPart(bitstream, memory, its, placement);
+      fillGaps(rest, begin, begin + rest.size(), image);
     }
   }
 }

@@ -1,8 +1,11 @@
 #include "load/load.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstring>
 #include <deque>
+#include <filesystem>
 #include <optional>
 #include <utility>
 
@@ -27,6 +30,23 @@ namespace {
 // The lines come together, so that no other program's come between them.
 void printReport(const std::string& lines) {
   printDiagnostic(std::string_view(lines).substr(0, lines.size() - 1));
+}
+
+// True if both names lead to one file, which need not be there yet.
+bool isSameFile(const std::string& a, const std::string& b) {
+  const auto place = [](const std::string& name) {
+    std::error_code ignored;
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(name), ignored);
+  };
+  return place(a) == place(b) ||
+         (identityOf(a) != FileIdentity() && identityOf(a) == identityOf(b));
+}
+
+// True if the name leads to what standard output is, unless that is a device like /dev/null.
+bool isStandardOutput(const std::string& file) {
+  struct stat status {};
+  return ::fstat(STDOUT_FILENO, &status) == 0 && !S_ISCHR(status.st_mode) &&
+         identityOf(file) == identityOf(status);
 }
 
 // One load, step by step. A step returns the sentence that says why it can't be done, empty if it
@@ -150,13 +170,15 @@ class Load {
   std::string refuseOutputs() const {
     std::vector<ReadFile> inputs = inputsBesideBitstream();
     std::string fault = options.outputFile ? refuseInput(*options.outputFile, inputs) : "";
+    if (fault.empty() && options.isJson && options.outputFile &&
+        isStandardOutput(*options.outputFile)) {
+      return "-o and --json both use standard output";
+    }
     if (!fault.empty() || !options.depFile) return fault;
     inputs.push_back({options.bitFile, bitIdentity});
     if (fault = refuseInput(*options.depFile, inputs); !fault.empty()) return fault;
-    const bool isOutput = *options.depFile == *options.outputFile ||
-                          (identityOf(*options.depFile) != FileIdentity() &&
-                           identityOf(*options.depFile) == identityOf(*options.outputFile));
-    return isOutput ? "--depfile and -o name the same file" : "";
+    return isSameFile(*options.depFile, *options.outputFile) ? "--depfile and -o name the same file"
+                                                             : "";
   }
 
   std::string fillImages() {
@@ -164,6 +186,10 @@ class Load {
     for (Content& content : contents) {
       std::string fault = images->place(content, options.takesAnyByteOrder);
       for (const std::string& note : content.facts.notes) messages.note(note);
+      if (!fault.empty()) return fault;
+    }
+    for (Content& content : contents) {
+      std::string fault = options.sets.empty() ? "" : readSymbols(content);
       if (!fault.empty()) return fault;
     }
     for (const std::string& argument : options.sets) {
@@ -176,6 +202,10 @@ class Load {
   }
 
   bool hasThisContents(const std::string& file) const {
+    struct stat status {};
+    const bool isOfThisSize = ::stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) &&
+                              static_cast<std::uint64_t>(status.st_size) == bitstream.getNumBytes();
+    if (!isOfThisSize) return false;
     ByteBuffer bytes;
     return readWholeFile(file, bytes).outcome == ReadResult::Outcome::DONE &&
            bytes.size() == bitstream.getNumBytes() &&
@@ -187,12 +217,19 @@ class Load {
     inputs.insert(inputs.begin(), {options.bitFile, bitIdentity});
     std::vector<std::string> names;
     for (const ReadFile& input : inputs) {
-      const bool isFile = input.name != "-" && input.name != "/dev/stdin";
+      // A pipe is another one next time, and a file that depends on itself stops make.
+      const bool isFile =
+          !input.name.starts_with("/dev/") && std::filesystem::is_regular_file(input.name);
+      const bool isOutput = isSameFile(input.name, *options.outputFile);
       const bool isKnown = std::ranges::find(names, input.name) != names.end();
-      if (isFile && !isKnown) names.push_back(input.name);
+      if (isFile && !isOutput && !isKnown) names.push_back(input.name);
     }
     const std::string rule = spellRule(*options.outputFile, names);
-    if (rule.empty()) return *options.depFile + ": a file name with a line end fits no rule";
+    if (rule.empty()) {
+      return *options.depFile +
+             ": a file name with a line end, ';', '=' or '|', or a backslash as "
+             "its last character, fits no rule";
+    }
     return putFile(*options.depFile, bytesOf(rule), {});
   }
 

@@ -61,7 +61,7 @@ class SymbolSearch {
   explicit SymbolSearch(std::string symbol) : name(std::move(symbol)) {}
 
   void look(const Content& content) {
-    const std::vector<Symbol>& symbols = content.facts.symbols;
+    const std::vector<Symbol>& symbols = content.symbols;
     auto symbol = std::ranges::lower_bound(symbols, name, {}, &Symbol::name);
     for (; symbol != symbols.end() && symbol->name == name; ++symbol) add(content, *symbol);
   }
