@@ -54,11 +54,12 @@ std::vector<std::uint64_t> firstOfEach(const Bitstream& bitstream,
     const int order = compareIdentifiers(bitstream, a, b, identifierBits);
     return order != 0 ? order < 0 : a.section < b.section;
   });
-  const auto again = std::ranges::unique(keys, [&](const SectionKey& a, const SectionKey& b) {
+  const auto isAgain = [&](const SectionKey& a, const SectionKey& b) {
     return compareIdentifiers(bitstream, a, b, identifierBits) == 0;
-  });
+  };
+  const auto end = std::unique(keys.begin(), keys.end(), isAgain);
   std::vector<std::uint64_t> firsts;
-  for (auto key = keys.begin(); key != again.begin(); ++key) firsts.push_back(key->section);
+  for (auto key = keys.begin(); key != end; ++key) firsts.push_back(key->section);
   return firsts;
 }
 
