@@ -53,6 +53,10 @@ TEST(AssertionsDeathTest, NameFileSignatureAndCondition) {
       {"ebr", "bool replaceEbrData(BitstreamTraverser&, std::vector<std::string>, int&, int, int, int, int, "
        "std::list<bool>&)", "startLine + INIT_LINES <= newData.size()",
        [] { int startLine = 1; replaceEbrData(traverser, {"00"}, startLine, 0, 1, 0, 0, list); }},
+      {"ebr", "bool replaceEbrData(BitstreamTraverser&, std::vector<std::string>, int&, int, int, int, int, "
+       "std::list<bool>&)", "numEbrs >= 1", [] { int startLine = 0; replaceEbrData(traverser, {}, startLine, 0, 0, 0, 0, list); }},
+      {"files", "bool normalizeWids(std::vector<std::string>&, int&)", "wids.size() > 0",
+       [] { std::vector<std::string> wids; int length = 0; normalizeWids(wids, length); }},
       {"files", "bool writeOutput(const string&, Bitstream&)", "bitstream.isByteAligned()",
        [] { writeOutput("no/such", bits); }},
       // clang-format on

@@ -1,6 +1,8 @@
 // EBR editing, beyond what whole runs ask of it.
 #include <gtest/gtest.h>
 
+#include <climits>
+
 #include "fixture.h"
 #include "run/ramgraft.h"
 
@@ -31,6 +33,32 @@ TEST(ReplaceEbrData, LooksOnlyAtTheLinesItNeeds) {
     EXPECT_TRUE(replaceEbrData(traverser, lines, startLine, frames, 1, 0, 0, written));
     EXPECT_EQ(digitsOf(written), std::string(lines.size() / 4 * 72, '1'));
     EXPECT_EQ(startLine, static_cast<int>(lines.size()));
+  }
+}
+
+TEST(ReplaceEbrData, TakesAnyCursorAndCount) {
+  Bitstream bitstream(0);
+  pushDigits(bitstream, "101");
+  BitstreamTraverser traverser(&bitstream);
+  std::list<bool> list;
+  int count = 0, line = 0;
+  for (int i = 0; i < 5; ++i) traverser.incrementBitIndex();
+  EXPECT_EQ(
+      outputOf([&] {
+        EXPECT_FALSE(findEbrDataSection(traverser, count, list));
+        EXPECT_FALSE(replaceEbrData(traverser, {}, line, 0, 1, 0, 0, list));
+      }),
+      "ERROR: bitstream ends inside the 11 bits behind the EBR identifier, at bit 3\n"
+      "ERROR: bitstream ends inside the EBR data: frame count 0, bits needed for payload and CRC "
+      "16, bits left 0 at bit 5\n");
+  const std::string before = digits(0x123456789ABCDEFU, 64);
+  for (const int frames : {-1, -2, INT_MIN}) {
+    Bitstream stream(0);
+    pushDigits(stream, before + digits(0xFFFF, 16));
+    BitstreamTraverser atEnd(&stream);
+    atEnd.setBitIndex(64);
+    EXPECT_TRUE(replaceEbrData(atEnd, {}, line, frames, 1, 0, 0, list));
+    EXPECT_EQ(digitsOf(stream), before + spellCrc(before, 64, frames == -1 ? 24 : 0)) << frames;
   }
 }
 

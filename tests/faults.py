@@ -51,7 +51,7 @@ LINKS = {"symlink": "sub/fd/link", "dangling": "sub/fd/link", "looping": "out.bi
 LACKING = {"": 0, "unnamed": os.O_TMPFILE & ~os.O_DIRECTORY}  # flags that a folder refuses
 LACKING["new"] = LACKING["unnamed"] | os.O_CREAT  # so that an old file is written in place
 NUMBERS = {"": 0, **vars(errno), **{f"-{each.name}": -each for each in signal.Signals},
-           "SHORT": 1000, "STARVE": 1001, "BEFORE": 1002}
+           "SHORT": 1000, "STARVE": 1001, "BEFORE": 1002, "END": 1003}
 HARMLESS = {"close": ["EINTR"], "fallocate": ["EIO", "EOPNOTSUPP"],
             **dict.fromkeys(("read", "write", "writev"), ["SHORT", "EINTR"])}
 LOSSES = "fsync read fgetxattr fsetxattr fremovexattr fchown fchmod flock lseek ftruncate".split()
@@ -191,7 +191,7 @@ def check(words, wanted=None, fault="", at=0, *, reason="", says="", moved="", c
              for files in allowed]
     expect({} in wrong, row, f"status {status}, wrong: {wrong[0]}")
     expect(status in ([0, 1] if wanted is None else [wanted]), row, f"status {status}, {said}")
-    if fault == "BEFORE" or status == NUMBERS["-SIGKILL"]:
+    if fault in ("BEFORE", "END") or status == NUMBERS["-SIGKILL"]:
         expect(says in said, row, said)
     elif status < 0:  # a signal that can wait ends no run before it said what it did
         expect(("Success" in said) == (seen.get(target) == new), row, said)
@@ -245,7 +245,7 @@ def test_calls_going_wrong():
 def test_conditions():
     protected = Path("/proc/sys/fs/protected_symlinks").read_text(encoding="ascii") == "1\n"
     rows = {
-        "": "mode=640 folder=555 user=65534 | kind=ram.wid mode=600 | kind=words.mem mode=600",
+        "": "mode=640 folder=555 user=65534",
         "ENOSPC": "kind=nothing user=65534 3=/dev/full",
         "EACCES": "kind=nothing folder=555 user=65534 | mode=440 user=65534",
         "ELOOP": "kind=looping | kind=symlink links=39 | kind=dangling links=39",
@@ -366,6 +366,8 @@ def test_inputs_changed():
         begin, end = numbers(calls, "fstat")[place * 2:][:2]
         opened = numbers(calls, "open")[place]
         replace = f"echo G >new && mv new {name}"
+        check("", 1, "END", numbers(calls, "read")[place * 2],
+              says=f"can't read file {name}: it ends before its size says so")
         for before, first, last, says in [
                 (f"rm {name}", 1, opened, "ERROR"), (f"{replace} && {replace}", 1, opened, "ERROR"),
                 (f"touch {name}", begin + 1, end, changed), (f": >{name}", begin + 1, end, changed),

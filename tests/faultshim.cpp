@@ -4,9 +4,9 @@
 //
 //   at    number of the call that goes wrong; 0 for none
 //   last  number of the last call in a row that goes wrong
-//   kind  what happens to them: an error number; SHORT: they move one byte only; STARVE: from there
-//         on there is no memory for objects; BEFORE: a shell first does what BEFORE in the
-//         environment says; a negated signal number: the signal is raised first
+//   kind  what happens to them: an error number; SHORT: they move one byte only; END: no byte;
+//         STARVE: from there on there is no memory for objects; BEFORE: a shell first does what
+//         BEFORE in the environment says; a negated signal number: the signal is raised first
 //   no    the flags of openat() that the folder refuses; 0 for none
 //   log   an open descriptor that takes a line "name result" for every call
 #include <dlfcn.h>
@@ -19,7 +19,7 @@
 #include <new>
 #include <string_view>
 
-enum Fault { SHORT = 1000, STARVE, BEFORE };
+enum Fault { SHORT = 1000, STARVE, BEFORE, END };
 using Function = long(long, long, long, long, long, long);
 
 static bool isStarved = false;
@@ -48,6 +48,7 @@ static long call(std::string_view name, long a, long b, long c, long d, long e, 
   if (fault == BEFORE) doBefore();
   if (fault == STARVE) isStarved = true;
   if (fault == SHORT) c = 1;
+  if (fault == END) c = 0;
   const long refused = name == "openat" ? c & no : 0;
   if (refused != 0) fault = refused == O_CREAT ? EACCES : EOPNOTSUPP;
   const bool fails = fault > 0 && fault < SHORT;

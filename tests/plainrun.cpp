@@ -69,6 +69,7 @@ struct PlainRun {
     }
     require(digitsOf(bitstream) == stream);
     warnOfLost();
+    warnOfLostCrcs();
     printLine("STATUS: Successfully wrote out.bit");
     return true;
   }
@@ -101,6 +102,7 @@ struct PlainRun {
     const std::size_t capacity = std::min(most, lines[ebr].size() / 5 * 2);
     if (end + 16 <= stream.size()) {
       warn(ebr, end, 96 + 72 * frames, capacity);
+      grafted[{payload, end}] = 96 + 72 * frames;
       stream.replace(payload, capacity * 9, spellPayload(columns[ebr], capacity));
       stream.replace(end, 16, spellCrc(stream, end, 96 + 72 * frames));
     }
@@ -115,9 +117,7 @@ struct PlainRun {
 
   void warn(std::size_t ebr, std::size_t end, int numBits, std::size_t capacity) const {
     const std::string found = stream.substr(end, 16), right = spellCrc(stream, end, numBits);
-    // Then the bits covered include one of the field itself.
-    const bool isIncluded = end % 8 == 7 && end + 1 >= static_cast<unsigned>(numBits);
-    if (found != right && found != digits(0, 16) && !isIncluded) {
+    if (found != right && found != digits(0, 16) && !coversItself(end, numBits)) {
       std::string text = ": the CRC of the old contents is 0x";
       binaryStringToHex(found, text);
       binaryStringToHex(right, text += ", should be 0x");
@@ -130,6 +130,24 @@ struct PlainRun {
                    " words of 8 bits, the EBR takes ", to_string(capacity),
                    ": the rest is not written");
     }
+  }
+
+  // The bits covered include one of the field itself.
+  static bool coversItself(std::size_t end, int numBits) {
+    return end % 8 == 7 && end + 1 >= static_cast<unsigned>(numBits);
+  }
+
+  void warnOfLostCrcs() const {
+    const auto lost = std::count_if(grafted.begin(), grafted.end(), [&](const auto& crc) {
+      const auto& [place, numBits] = crc;
+      const std::size_t end = place.second;
+      return coversItself(end, numBits) || stream.substr(end, 16) != spellCrc(stream, end, numBits);
+    });
+    if (lost == 0) return;
+    printWarning(
+        to_string(lost), lost == 1 ? " EBR has" : " EBRs have",
+        " a CRC that isn't right now or can't be checked: it covers bits of its own field ",
+        "or of another EBR's");
   }
 
   // A run with a width file of one identifier comes to the first command that carries it.
@@ -222,6 +240,8 @@ struct PlainRun {
 
   Bitstream bitstream{0};
   std::string before, stream;  // all its bits, as digits, of the input and now
+  // Payload and CRC field of each EBR that was grafted, and how many bits the CRC covers.
+  std::map<std::pair<std::size_t, std::size_t>, int> grafted;
   Lines wids, lines, columns;
   int width = 0, startLine = 0;
 };

@@ -62,15 +62,8 @@ std::string putFiles(const std::vector<FileText>& files) {
 }
 
 std::string refuseInput(const std::string& outputFile, const std::vector<ReadFile>& inputs) {
-  struct stat status {};
-  const bool isThere = ::stat(outputFile.c_str(), &status) == 0;
-  if (isThere && !S_ISREG(status.st_mode)) return "";
-  for (const ReadFile& input : inputs) {
-    const bool isSame = isThere && input.identity == identityOf(status);
-    if (!isSame && input.name != outputFile) continue;
-    return "can't write file " + outputFile + ": it is an input (" + input.name + ")";
-  }
-  return "";
+  const ReadFile* const input = findInput(outputFile, inputs);
+  return input == nullptr ? "" : "can't write file " + outputFile + ": " + textOf(*input);
 }
 
 ExitStatus putResult(const std::optional<std::string>& fileName, std::string_view text,

@@ -10,7 +10,7 @@
 
 #include "companion/messages.h"
 #include "companion/status.h"
-#include "files/descriptor.h"
+#include "files/readfile.h"
 
 /// Standard output, written in large pieces. After a first failure nothing more is written.
 class StandardOutput {
@@ -44,14 +44,8 @@ struct FileText {
 /// why that failed, else empty.
 std::string putFiles(const std::vector<FileText>& files);
 
-/// A file that was read.
-struct ReadFile {
-  std::string name;  ///< as given
-  FileIdentity identity;
-};
-
-/// The sentence that refuses to write a file that is one of the inputs, which may have another name
-/// and must be a regular file; empty if it is none of them.
+/// The sentence that refuses to write a file that is one of the inputs, as findInput() finds it;
+/// empty if it is none of them.
 std::string refuseInput(const std::string& outputFile, const std::vector<ReadFile>& inputs);
 
 /// Writes a whole result to the named file, which is replaced as a run replaces its output, or to

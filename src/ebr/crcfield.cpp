@@ -13,12 +13,6 @@ std::int64_t startOf(std::uint64_t crcIndex, std::int64_t numBits) {
   return static_cast<std::int64_t>(crcIndex) - numBits + 1;
 }
 
-// The bytes covered reach one bit too far only where the count starts on a byte boundary.
-bool coversItself(std::uint64_t crcIndex, std::int64_t numBits) {
-  const std::int64_t start = startOf(crcIndex, numBits);
-  return start >= 0 && start % 8 == 0 && numBits % 8 == 0;
-}
-
 CrcCheck::Verdict judge(std::uint16_t stored, std::uint16_t computed) {
   if (stored == computed) return CrcCheck::Verdict::RIGHT;
   return stored == 0 ? CrcCheck::Verdict::EMPTY : CrcCheck::Verdict::WRONG;
@@ -44,13 +38,20 @@ std::int64_t crcCoveredBits(std::uint64_t frameCount) {
   return static_cast<std::int64_t>(CRC_HEADER_BITS + FRAME_BITS * frameCount);
 }
 
+// The bytes covered reach one bit too far only where the count starts on a byte boundary.
+bool coversItself(const EbrCommand& command) {
+  const std::int64_t numBits = crcCoveredBits(command.frameCount);
+  const std::int64_t start = startOf(command.crcIndex(), numBits);
+  return start >= 0 && start % 8 == 0 && numBits % 8 == 0;
+}
+
 CrcCheck checkCrc(const Bitstream& bitstream, const EbrCommand& command) {
   const std::int64_t numBits = crcCoveredBits(command.frameCount);
   CrcCheck check;
   check.stored =
       static_cast<std::uint16_t>(bitstream.getWindow(command.crcIndex()) >> (64 - CRC_BITS));
   check.computed = computeCrc(bitstream, command.crcIndex(), numBits);
-  check.verdict = coversItself(command.crcIndex(), numBits) ? CrcCheck::Verdict::UNCHECKABLE
-                                                            : judge(check.stored, check.computed);
+  check.verdict =
+      coversItself(command) ? CrcCheck::Verdict::UNCHECKABLE : judge(check.stored, check.computed);
   return check;
 }

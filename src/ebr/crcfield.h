@@ -19,13 +19,17 @@ void writeCrc(Bitstream& bitstream, std::uint64_t crcIndex, std::int64_t numBits
 /// The bits before its CRC field that the CRC of a command with this many frames covers.
 std::int64_t crcCoveredBits(std::uint64_t frameCount);
 
+/// True if the bytes that the CRC of a command covers include a bit of its field, so that writing
+/// it changes them.
+bool coversItself(const EbrCommand& command);
+
 /// What a CRC field says about a command.
 struct CrcCheck {
   enum class Verdict {
     RIGHT,
     EMPTY,  ///< 0 and not right: nobody filled it in
     WRONG,
-    UNCHECKABLE,  ///< the bytes covered include a bit of the field, so writing it changes them
+    UNCHECKABLE,  ///< coversItself()
   };
 
   Verdict verdict = Verdict::RIGHT;

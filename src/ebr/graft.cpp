@@ -1,7 +1,9 @@
 #include "ebr/graft.h"
 
 #include <algorithm>
+#include <utility>
 
+#include "ebr/crcoverlap.h"
 #include "ebr/format.h"
 #include "ebr/linelengths.h"
 #include "ebr/payload.h"
@@ -28,6 +30,7 @@ std::optional<Lookup> graftEbrs(Bitstream& bitstream, const std::vector<std::str
   SectionChain chain(bitstream, wids);
   ReachWatch watch(bitstream, chain, wids.front().size());
   EbrColumns columns(words);
+  std::vector<EbrCommand> grafted;
   for (std::size_t ebr = 0; ebr < wids.size(); ++ebr) {
     Lookup lookup = findEbr(bitstream, chain, wids[ebr]);
     if (lookup.isFound()) steps.found(ebr, lookup);
@@ -35,7 +38,10 @@ std::optional<Lookup> graftEbrs(Bitstream& bitstream, const std::vector<std::str
     watch.beforeWriting(lookup.command);
     steps.grafted(ebr, replaceContents(bitstream, lookup.command, columns, ebr));
     watch.afterWriting(lookup.command);
+    grafted.push_back(lookup.command);
   }
   watch.forEachLost(steps.lost);
+  const std::uint64_t lostCrcs = countLostCrcs(bitstream, std::move(grafted));
+  if (lostCrcs != 0) steps.lostCrcs(lostCrcs);
   return std::nullopt;
 }

@@ -40,6 +40,8 @@ struct GraftSteps {
   /// After the last EBR, for each command, listed or not, at which a search arrived before and
   /// doesn't any more.
   std::function<void(const HiddenCommand& command)> lost;
+  /// After that, if a CRC isn't right now or can't be checked: of how many EBRs.
+  std::function<void(std::uint64_t numEbrs)> lostCrcs;
 };
 
 /// Replaces the contents of the EBRs that carry the wids, of which there is at least one, in their

@@ -45,8 +45,8 @@ ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes, std::siz
   if (isLargerThan(mostBytes, result.status)) return {Outcome::TOO_LARGE, EFBIG, result.status};
   // With a byte more than the file has, the read that finds its end needs no growing. Files that
   // can't say how many they have (pipes, /proc) start small.
-  constexpr off_t SMALLEST = 4096;
-  bytes.reserve(static_cast<std::size_t>(std::max(SMALLEST, result.status.st_size + 1)));
+  constexpr std::size_t SMALLEST = 4096;
+  bytes.reserve(std::max(SMALLEST, static_cast<std::size_t>(result.status.st_size) + 1));
   for (ssize_t count = 1; count != 0;) {
     if (bytes.size() == bytes.capacity()) bytes.reserve(bytes.capacity() * 2);
     count = ::read(file.get(), bytes.data() + bytes.size(), bytes.capacity() - bytes.size());
@@ -58,6 +58,10 @@ ReadResult readWholeFile(const FileDescriptor& file, ByteBuffer& bytes, std::siz
   if (::fstat(file.get(), &now) != 0) return {Outcome::CANT_READ, errno, result.status};
   // Else the bytes could be old contents at the beginning and new ones at the end.
   if (isRewritten(result.status, now)) return {Outcome::CHANGED, EBUSY, result.status};
+  // Network file systems do that when they lose a part of the file.
+  if (S_ISREG(now.st_mode) && isLargerThan(bytes.size(), now)) {
+    return {Outcome::CUT_SHORT, EIO, result.status};
+  }
   return result;
 }
 

@@ -17,11 +17,12 @@ struct ReadResult {
     CANT_READ,
     CHANGED,    ///< a regular file was written to while it was read
     TOO_LARGE,  ///< more bytes than the caller takes
+    CUT_SHORT,  ///< a regular file ended before its size said so
   };
 
   Outcome outcome = Outcome::DONE;
-  int error =
-      0;  ///< the system's error number unless DONE; EBUSY when CHANGED, EFBIG when TOO_LARGE
+  int error = 0;          ///< the system's error number unless DONE; EBUSY when CHANGED, EFBIG when
+                          ///< TOO_LARGE, EIO when CUT_SHORT
   struct stat status {};  ///< of the file before it was read, once it could be opened
 };
 

@@ -53,6 +53,8 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
 
   // A memory file that can't be opened or read is reported before a bad width line.
   LineReader memoryLines(names.mem, MEMORY_COMMENTS);
+  inputs.files = {{names.wid, widthLine.identity},
+                  {names.mem, identityOf(memoryLines.getResult().status)}};
   fault = faultOf(memoryLines);
   if (fault.kind != Kind::NONE) return fault;
 
@@ -80,7 +82,7 @@ InputFault takeMemoryInputs(const std::vector<std::string>& wids, int dataWidth,
   std::vector<std::uint64_t> lines(wids.size());
   std::iota(lines.begin(), lines.end(), 1);
   inputs.widths = {.address = INT_MAX, .data = dataWidth};  // no address is too short
-  fault = prepare({"data width", "", 0}, inputs);
+  fault = prepare({"data width", {}, "", 0}, inputs);
   if (fault.kind != Kind::NONE) return fault;
   inputs.repeated = findRepeated("wids", inputs.wids, lines);
   MemoryWords taken(wids.size(), inputs.getBitsPerEbr());

@@ -9,7 +9,7 @@
 
 #include "base/ramgraftbstream.h"
 #include "ebr/memorywords.h"
-#include "files/descriptor.h"
+#include "files/readfile.h"
 #include "inputs/fault.h"
 #include "inputs/memoryfile.h"
 #include "inputs/widthfile.h"
@@ -34,6 +34,7 @@ struct MemoryInputs {
   Widths widths;
   std::optional<MemoryWords> words;  ///< set once the memory file was read without fault
   MemoryFileSummary summary;         ///< of the memory file
+  std::vector<ReadFile> files;       ///< those read
 
   /// Bits of each memory word that one EBR holds, once the width file was read without fault.
   std::uint64_t getBitsPerEbr() const {

@@ -12,6 +12,7 @@
 /// The last line of a width file.
 struct WidthLine {
   std::string file;  ///< the name of the width file
+  FileIdentity identity{};
   std::string text;
   std::uint64_t number = 0;  ///< in the file, from 1
 };

@@ -1,5 +1,7 @@
 #include "reports/ebrs.h"
 
+#include <algorithm>
+
 #include "ebr/section.h"
 #include "reports/text.h"
 
@@ -56,7 +58,9 @@ std::string detailOf(const EbrCommand& command, const Bitstream& bitstream) {
   }
   return "bitstream ends inside the EBR data: frame count " + to_string(command.frameCount) +
          ", bits needed for payload and CRC " + to_string(command.payloadBits() + CRC_BITS) +
-         ", bits left " + to_string(bitstream.getNumBits() - command.faultIndex) + atBit;
+         ", bits left " +
+         to_string(bitstream.getNumBits() - std::min(command.faultIndex, bitstream.getNumBits())) +
+         atBit;
 }
 
 std::string detailOf(const Lookup& lookup, const Bitstream& bitstream) {
@@ -90,6 +94,12 @@ std::vector<std::string> warningsOf(const GraftReport& report, const std::string
                        ": the rest is not written");
   }
   return warnings;
+}
+
+std::string lostCrcsWarning(std::uint64_t lost) {
+  return countOf(lost, "EBR") + (lost == 1 ? " has" : " have") +
+         " a CRC that isn't right now or can't be checked: it covers bits of its own field or of "
+         "another EBR's";
 }
 
 std::string textOf(const Hiding& hiding, const Bitstream& bitstream) {

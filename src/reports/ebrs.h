@@ -31,6 +31,9 @@ std::string crcWarningOf(const CrcCheck& crc, const std::string& wid);
 /// A sentence for each thing that is probably a mistake. The wid is that of the EBR.
 std::vector<std::string> warningsOf(const GraftReport& report, const std::string& wid);
 
+/// What is wrong with the CRCs of so many EBRs after a graft.
+std::string lostCrcsWarning(std::uint64_t lost);
+
 /// What keeps ramgraft's search from an EBR: a clause about "it".
 std::string textOf(const Hiding& hiding, const Bitstream& bitstream);
 

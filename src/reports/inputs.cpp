@@ -47,6 +47,8 @@ std::string textOf(const InputFault& fault) {
     case Kind::TOO_LARGE:
       return "can't read file " + fault.file + ": it has more than " + to_string(MOST_INPUT_BYTES) +
              " bytes";
+    case Kind::CUT_SHORT:
+      return "can't read file " + fault.file + ": it ends before its size says so";
     case Kind::NO_LINES:
       return place + "the width file is empty";
     case Kind::NO_WID:

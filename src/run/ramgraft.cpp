@@ -39,8 +39,10 @@ bool replaceAllContents(const MemoryInputs& inputs, Bitstream& bitstream) {
   const auto printLost = [&](const HiddenCommand& lost) {
     printWarning(textOf(lost, bitstream, true));
   };
+  const auto printLostCrcs = [](std::uint64_t lost) { printWarning(lostCrcsWarning(lost)); };
   const std::optional<Lookup> failed =
-      graftEbrs(bitstream, inputs.wids, *inputs.words, {printProgress, printWarnings, printLost});
+      graftEbrs(bitstream, inputs.wids, *inputs.words,
+                {printProgress, printWarnings, printLost, printLostCrcs});
   if (!failed) return true;
   const bool isMissing = failed->outcome == SectionChain::Outcome::NO_SECTION;
   printLine(isMissing ? "ERROR : " : "ERROR: ", detailOf(*failed, bitstream));
@@ -64,7 +66,7 @@ bool graft(const InputNames& names, const std::string& outputFile) {
     return false;
   }
   // GCOVR_EXCL_STOP
-  return writeStream(outputFile, bitstream, bitFile);
+  return writeStream(outputFile, bitstream, bitFile, inputs.files);
 }
 
 }  // namespace

@@ -58,8 +58,11 @@ MemoryGraft graftInMemory(std::vector<unsigned char>& bitstream,
   const auto lost = [&](const HiddenCommand& command) {
     graft.warnings.push_back(textOf(command, stream, true));
   };
+  const auto lostCrcs = [&](std::uint64_t numEbrs) {
+    graft.warnings.push_back(lostCrcsWarning(numEbrs));
+  };
   const std::optional<Lookup> failed =
-      graftEbrs(stream, inputs.wids, *inputs.words, {found, grafted, lost});
+      graftEbrs(stream, inputs.wids, *inputs.words, {found, grafted, lost, lostCrcs});
   if (!failed) {
     std::copy_n(stream.getBytes(), bitstream.size(), bitstream.begin());
     return graft;

@@ -23,8 +23,13 @@ void printMemoryWarnings(const MemoryInputs& inputs) {
 }
 
 // Prints without any memory: a run that has written its output reports it in any case.
-bool writeStream(const std::string& fileName, const Bitstream& bitstream,
-                 const FileIdentity& input) {
+bool writeStream(const std::string& fileName, const Bitstream& bitstream, const FileIdentity& input,
+                 const std::vector<ReadFile>& others) {
+  if (const ReadFile* const other = findInput(fileName, others)) {
+    printLine("ERROR: Can't write file ", fileName);
+    printDiagnostic(fileName, ": ", textOf(*other));
+    return false;
+  }
   const SignalHold signals;  // until the line is printed that reports what became of the file
   const ReplaceResult result =
       replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), input, signals);

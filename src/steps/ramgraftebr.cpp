@@ -46,7 +46,8 @@ bool findEbrAddressSection(BitstreamTraverser& traverser, std::list<bool>& newBi
 
 bool findEbrDataSection(BitstreamTraverser& traverser, int& dataCount, std::list<bool>& newBits) {
   const Bitstream& bitstream = *traverser.getBitstream();
-  const DataHeader header = readDataHeader(bitstream, traverser.getBitIndex());
+  const std::uint64_t begin = std::min(traverser.getBitIndex(), bitstream.getNumBits());
+  const DataHeader header = readDataHeader(bitstream, begin);
   for (; traverser.getBitIndex() < header.endIndex; traverser.incrementBitIndex()) {
     newBits.push_back(bitstream.getBit(traverser.getBitIndex()));
   }
@@ -83,6 +84,7 @@ bool replaceEbrData(
     std::vector<std::string> newData,  // NOLINT(performance-unnecessary-value-param)
     int& startLine, int dataCount, int numEbrs, int /*addrWidth*/, int /*dataWidth*/,
     std::list<bool>& newBits) {
+  assertThat(numEbrs >= 1, REPLACE_EBR_DATA, "numEbrs >= 1");
   const int INIT_LINES = static_cast<int>(newData.size() / static_cast<std::size_t>(numEbrs));
   const auto begin = static_cast<std::size_t>(startLine);
   const auto end = begin + static_cast<std::size_t>(INIT_LINES);
@@ -104,7 +106,11 @@ bool replaceEbrData(
   }
   traverser.setBitIndex(crcIndex);
   startLine += INIT_LINES;
-  writeEbrCrc(traverser, static_cast<int>(crcCoveredBits(frameCount)), newBits);
+  // A negative count of frames covers less than the header; of no bits the CRC is 0.
+  const std::int64_t coveredBits = dataCount < 0
+                                       ? crcCoveredBits(0) + dataCount * std::int64_t{FRAME_BITS}
+                                       : crcCoveredBits(frameCount);
+  writeEbrCrc(traverser, static_cast<int>(std::max<std::int64_t>(coveredBits, 0)), newBits);
   return true;
 }
 

@@ -2,6 +2,8 @@
 // memory words out as physical lines, and replacing a payload by such lines.
 //
 // A run of the tool does the same in faster ways (ebr/). Both must agree.
+//
+// Messages go to descriptor 1 at once. A program that also writes to std::cout flushes that first.
 #ifndef RAMGRAFT_STEPS_RAMGRAFTEBR_H
 #define RAMGRAFT_STEPS_RAMGRAFTEBR_H
 
@@ -33,13 +35,13 @@ bool findEbrDataSection(BitstreamTraverser& traverser, int& dataCount, std::list
 void transformLogInitToPhy(const std::vector<std::string>& memoryLines, int addrWidth,
                            int dataWidth, int numEbrs, std::vector<std::string>& physicalLines);
 
-/// Overwrites the payload of 72 x `dataCount` bits at the cursor with the next physical lines of
-/// `newData`, its size / `numEbrs` many from index `startLine` on, and makes the CRC after the
-/// payload right. `startLine` moves past the lines, the cursor past the CRC field, and the payload
-/// bits written are appended to `newBits`. Lines that the payload has no room for are not looked
-/// at; payload bits after the lines' end keep their values. False, with an ERROR line and nothing
-/// written, when the stream has no room for payload and CRC field. `numEbrs` must be at least 1;
-/// the widths are not used.
+/// Overwrites the payload of 72 x `dataCount` bits (none if that is negative) at the cursor with
+/// the next physical lines of `newData`, its size / `numEbrs` many from index `startLine` on, and
+/// makes the CRC after the payload right. `startLine` moves past the lines, the cursor past the CRC
+/// field, and the payload bits written are appended to `newBits`. Lines that the payload has no
+/// room for are not looked at; payload bits after the lines' end keep their values. False, with an
+/// ERROR line and nothing written, when the stream has no room for payload and CRC field. `numEbrs`
+/// must be at least 1; the widths are not used.
 bool replaceEbrData(BitstreamTraverser& traverser, std::vector<std::string> newData, int& startLine,
                     int dataCount, int numEbrs, int addrWidth, int dataWidth,
                     std::list<bool>& newBits);

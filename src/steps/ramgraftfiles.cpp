@@ -36,6 +36,8 @@ bool parseAddrDataWidth(const std::string& line, int& addrWidth, int& dataWidth)
 }
 
 bool normalizeWids(std::vector<std::string>& wids, int& widLength) {
+  assertThat(!wids.empty(), "bool normalizeWids(std::vector<std::string>&, int&)",
+             "wids.size() > 0");
   removePrefixes(wids);
   widLength = static_cast<int>(wids.front().size());
   return true;
@@ -65,5 +67,5 @@ bool readBitFile(const std::string& fileName, Bitstream& bitstream) {
 bool writeOutput(const std::string& fileName, Bitstream& bitstream) {
   assertThat(bitstream.isByteAligned(), "bool writeOutput(const string&, Bitstream&)",
              "bitstream.isByteAligned()");
-  return writeStream(fileName, bitstream, {});
+  return writeStream(fileName, bitstream, {}, {});
 }

@@ -1,4 +1,6 @@
 // The three input files and the output in simple steps: reading, checking, loading, writing.
+//
+// Messages go to descriptor 1 at once. A program that also writes to std::cout flushes that first.
 #ifndef RAMGRAFT_STEPS_RAMGRAFTFILES_H
 #define RAMGRAFT_STEPS_RAMGRAFTFILES_H
 

@@ -50,6 +50,7 @@ Rehearsal rehearse(const MemoryInputs& inputs, Bitstream& bitstream) {
   };
   const auto ignore = [](std::size_t, const GraftReport&) {};
   std::optional<Lookup> failed =
-      graftEbrs(bitstream, inputs.wids, *inputs.words, {keep, ignore, [](const HiddenCommand&) {}});
+      graftEbrs(bitstream, inputs.wids, *inputs.words,
+                {keep, ignore, [](const HiddenCommand&) {}, [](std::uint64_t) {}});
   return {std::move(failed), pages.areChanged()};
 }
