@@ -402,6 +402,7 @@ def test_links_swapped():
             ("kind=symlink", "ln -sfn words.mem out.bit", IN_USE),
             ("kind=symlink", "cp words.mem new; mv new to.bit", IN_USE),
             ("kind=symlink", "ln -sfn out.bit out.bit", os.strerror(errno.ELOOP)),
+            ("kind=in.bit", "cp in.bit new; mv new in.bit", IN_USE),  # by a run that needs no lock
             (f"kind=nothing folder=1777 folder_owner={OTHER}",
              "ln -s words.mem out.bit; chown -h 1002 out.bit", os.strerror(errno.EACCES))]:
         if "owner" in words and not IS_ROOT:
@@ -411,9 +412,22 @@ def test_links_swapped():
         for at in range(start, numbers(calls, "renameat")[0] + 1):
             stage = Stage(words)
             stage.run(at=at, fault="BEFORE", before=before)
-            expect(stage.reasons in [f"out.bit: {reason}\n", ""][:1 + (at > start)] and
+            expect(stage.reasons in [f"{stage.arguments[3]}: {reason}\n", ""][:1 + (at > start)] and
                    (stage.folder / "words.mem").read_bytes() == TEXT_FILES["words.mem"],
                    f"{words}, at {at} {before}", stage.reasons)
+
+
+# Both updates are in the file, whatever the order.
+def test_updates_wait():
+    one, other = COMMANDS, COMMANDS.replace(b"\x28", b"\x30")
+    for words in "", "folder=555 user=65534 mode=666":  # by renaming, in place
+        for _ in range(5):
+            stage = Stage(f"kind=in.bit {words}")
+            (stage.folder / "other.wid").write_bytes(b"0b000000110\naw10;dw8\n")
+            stage.target.write_bytes(b"\xff" * (2 << 20) + one + OLD + other + OLD)
+            status = stage.run(f"{RAMGRAFT} in.bit other.wid words.mem in.bit & {{}} && wait $!")
+            updates = stage.target.read_bytes().count(NEW[:9])
+            expect((status, updates) == (0, 2), f"two updates {words}", stage.reasons)
 
 
 if __name__ == "__main__":

@@ -18,6 +18,7 @@ struct ReadResult {
     CHANGED,    ///< a regular file was written to while it was read
     TOO_LARGE,  ///< more bytes than the caller takes
     CUT_SHORT,  ///< a regular file ended before its size said so
+    LOCKED,     ///< not read, because another program keeps it locked
   };
 
   Outcome outcome = Outcome::DONE;

@@ -38,6 +38,7 @@ struct Replacement {
   FileDescriptor old;        ///< what the name led to; not open if that was nothing
   struct stat oldStatus {};  ///< all 0 if there is no old file
   bool isFlushed = false;    ///< to be on the disk before it replaces the old file
+  OldFile oldFile = OldFile::ANY;
 };
 
 // The name under which the system keeps an open file: leads to that file and no other.
@@ -136,12 +137,22 @@ int prepareRename(const Replacement& replacement, const FilePlace& place, Tempor
   return file.close();
 }
 
+// True if the old file still has its name.
+bool isStillThere(const Replacement& replacement, const FilePlace& place) {
+  struct stat now {};
+  return ::fstatat(place.folder.get(), place.name.c_str(), &now, AT_SYMLINK_NOFOLLOW) == 0 &&
+         identityOf(now) == identityOf(replacement.oldStatus);
+}
+
 // Writes a new file and gives it the place of the old one, if there is one.
 int replaceByRename(const Replacement& replacement, const FilePlace& place,
                     const SignalHold& signals) {
   TemporaryName name(place.folder);
   const int error = prepareRename(replacement, place, name, signals);
-  return error != 0 ? error : orOnlyInPlace(name.renameTo(place.name), replacement);
+  if (error != 0) return error;
+  // Where locks don't work, this look at the name keeps another run's update from getting lost.
+  if (replacement.oldFile != OldFile::ANY && !isStillThere(replacement, place)) return ESTALE;
+  return orOnlyInPlace(name.renameTo(place.name), replacement);
 }
 
 // Writes `size` bytes to the beginning of the file and cuts it to `length` bytes. `written` then
@@ -161,7 +172,8 @@ ReplaceResult writeInPlace(const Replacement& replacement, const SignalHold& sig
   signals.begin();  // between two blocks the file is neither old nor new
   FileDescriptor file(::open(ownNameOf(replacement.old).c_str(), O_RDWR | O_CLOEXEC));
   if (!file.isOpen()) return {Outcome::NOT_WRITTEN, errno};
-  if (::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
+  const bool isLocked = replacement.oldFile == OldFile::LOCKED_INPUT;
+  if (!isLocked && ::flock(file.get(), LOCK_EX | LOCK_NB) != 0) {
     return {errno == EWOULDBLOCK ? Outcome::IN_USE : Outcome::NOT_WRITTEN, errno};
   }
   ByteBuffer oldBytes;
@@ -207,7 +219,8 @@ class PendingFile {
  public:
   // 0 or the error number.
   int prepare(const NewContents& contents, const SignalHold& signals) {
-    Replacement replacement{contents.bytes.data(), contents.bytes.size(), {}, {}, false};
+    Replacement replacement{contents.bytes.data(), contents.bytes.size(), {}, {}, false,
+                            OldFile::ANY};
     if (const int error = openOld(contents.fileName, replacement); error != 0) return error;
     const bool isOld = replacement.old.isOpen();
     if (isOld && !S_ISREG(replacement.oldStatus.st_mode)) return EINVAL;
@@ -231,8 +244,8 @@ ReplaceResult resultOf(int error) {
 }  // namespace
 
 ReplaceResult replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                          const FileIdentity& input, const SignalHold& signals) {
-  Replacement replacement{bytes, size, {}, {}, false};
+                          const FileIdentity& input, const SignalHold& signals, OldFile oldFile) {
+  Replacement replacement{bytes, size, {}, {}, false, oldFile};
   const DescriptorName descriptor = parseDescriptorName(fileName);
   // A descriptor shares its place in the file with the messages that went there before; opening
   // its name again would start from the beginning.
@@ -247,10 +260,11 @@ ReplaceResult replaceFile(const std::string& fileName, const unsigned char* byte
   }
   const FileIdentity oldIdentity = identityOf(replacement.oldStatus);
   replacement.isFlushed = old.isOpen() && oldIdentity == input;
+  if (oldFile != OldFile::ANY && oldIdentity != input) return {Outcome::IN_USE, ESTALE};
   FilePlace place;
   int error = descriptor.isValid() ? ONLY_IN_PLACE : findPlace(fileName, oldIdentity, place);
-  if (error == ESTALE) return {Outcome::IN_USE, error};
   if (error == 0) error = replaceByRename(replacement, place, signals);
+  if (error == ESTALE) return {Outcome::IN_USE, error};
   return error == ONLY_IN_PLACE ? writeInPlace(replacement, signals) : resultOf(error);
 }
 

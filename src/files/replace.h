@@ -8,6 +8,7 @@
 
 #include "files/descriptor.h"
 #include "files/signals.h"  // IWYU pragma: export
+#include "files/update.h"
 
 /// What became of a file that was to be replaced.
 struct ReplaceResult {
@@ -48,8 +49,12 @@ struct ReplaceResult {
 /// `signals` begins before there is a temporary name and before anything is written in place. It
 /// outlives the call, so that the caller can report what became of the file before a signal ends
 /// the run.
+///
+/// Unless `oldFile` is ANY, the name must lead to `input` until the new contents replace it; if it
+/// doesn't, the result is IN_USE. A LOCKED_INPUT isn't locked once more.
 ReplaceResult replaceFile(const std::string& fileName, const unsigned char* bytes, std::size_t size,
-                          const FileIdentity& input, const SignalHold& signals = SignalHold());
+                          const FileIdentity& input, const SignalHold& signals = SignalHold(),
+                          OldFile oldFile = OldFile::ANY);
 
 /// A file that is to be replaced, and its new contents, which the caller keeps.
 struct NewContents {

@@ -2,8 +2,8 @@
 
 InputFault faultOf(const ReadResult& result, const std::string& file) {
   using Kind = InputFault::Kind;
-  constexpr Kind KINDS[] = {Kind::NONE,    Kind::CANT_OPEN, Kind::CANT_READ,
-                            Kind::CHANGED, Kind::TOO_LARGE, Kind::CUT_SHORT};
+  constexpr Kind KINDS[] = {Kind::NONE,      Kind::CANT_OPEN, Kind::CANT_READ, Kind::CHANGED,
+                            Kind::TOO_LARGE, Kind::CUT_SHORT, Kind::LOCKED};
   InputFault fault;
   fault.kind = KINDS[static_cast<std::size_t>(result.outcome)];
   fault.file = file;

@@ -17,6 +17,7 @@ struct InputFault {
     CHANGED,               ///< the file was written to while it was read
     TOO_LARGE,             ///< the file has more bytes than are taken
     CUT_SHORT,             ///< the file ended before its size said so
+    LOCKED,                ///< another program has kept the file locked for too long
     NO_LINES,              ///< the width file has no line with text
     NO_WID,                ///< the width file has no line but the last
     OTHER_LENGTH,          ///< line: a wid with another length than the first one's, `wanted`

@@ -99,8 +99,22 @@ InputFault loadBytes(const std::string& fileName, ByteBuffer& bytes, FileIdentit
 
 InputFault loadBitstream(const std::string& fileName, Bitstream& bitstream,
                          FileIdentity& identity) {
+  Update none;
+  return loadBitstream(fileName, "", bitstream, identity, none);
+}
+
+InputFault loadBitstream(const std::string& fileName, const std::string& outputFile,
+                         Bitstream& bitstream, FileIdentity& identity, Update& update) {
+  update = beginUpdate(fileName, outputFile);
   ByteBuffer bytes;
-  const ReadResult result = readWholeFile(fileName, bytes);
+  ReadResult result;
+  if (update.isTimedOut) {
+    result.outcome = ReadResult::Outcome::LOCKED;
+  } else if (update.file.isOpen()) {
+    result = readWholeFile(update.file, bytes);
+  } else {
+    result = readWholeFile(fileName, bytes);
+  }
   identity = identityOf(result.status);
   InputFault fault = faultOf(result, fileName);
   fault.isBitstream = true;

@@ -10,6 +10,7 @@
 #include "base/ramgraftbstream.h"
 #include "ebr/memorywords.h"
 #include "files/readfile.h"
+#include "files/update.h"
 #include "inputs/fault.h"
 #include "inputs/memoryfile.h"
 #include "inputs/widthfile.h"
@@ -61,5 +62,8 @@ InputFault loadBytes(const std::string& fileName, ByteBuffer& bytes, FileIdentit
 
 /// Appends all bits of the bitstream file to `bitstream` and sets `identity` to the file's.
 InputFault loadBitstream(const std::string& fileName, Bitstream& bitstream, FileIdentity& identity);
+/// The same for a run that will write `outputFile`; see beginUpdate() for `update`.
+InputFault loadBitstream(const std::string& fileName, const std::string& outputFile,
+                         Bitstream& bitstream, FileIdentity& identity, Update& update);
 
 #endif

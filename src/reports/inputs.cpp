@@ -49,6 +49,9 @@ std::string textOf(const InputFault& fault) {
              " bytes";
     case Kind::CUT_SHORT:
       return "can't read file " + fault.file + ": it ends before its size says so";
+    case Kind::LOCKED:
+      return "can't read file " + fault.file + ": another program has had it locked for " +
+             to_string(LONGEST_WAIT_SECONDS) + " seconds";
     case Kind::NO_LINES:
       return place + "the width file is empty";
     case Kind::NO_WID:

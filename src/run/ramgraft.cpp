@@ -13,11 +13,11 @@
 
 namespace {
 
-bool load(const InputNames& names, MemoryInputs& inputs, Bitstream& bitstream,
-          FileIdentity& bitFile) {
+bool load(const InputNames& names, const std::string& outputFile, MemoryInputs& inputs,
+          Bitstream& bitstream, FileIdentity& bitFile, Update& update) {
   if (!printInputFault(loadMemoryInputs(names, inputs))) return false;
   printMemoryWarnings(inputs);
-  return printInputFault(loadBitstream(names.bit, bitstream, bitFile));
+  return printInputFault(loadBitstream(names.bit, outputFile, bitstream, bitFile, update));
 }
 
 // Contents that look like an address can hide an EBR, also those that the run has written.
@@ -54,8 +54,9 @@ bool graft(const InputNames& names, const std::string& outputFile) {
   Bitstream bitstream(0);
   MemoryInputs inputs;
   FileIdentity bitFile;
+  Update update;  // until the output has been written
   printLine("STATUS: loading input files");
-  if (!load(names, inputs, bitstream, bitFile)) return false;
+  if (!load(names, outputFile, inputs, bitstream, bitFile, update)) return false;
   printLine("STATUS: input files loaded successfully");
   const unsigned long origNumBits = bitstream.getNumBits();
   printLine("STATUS: processing bitstream");
@@ -66,7 +67,7 @@ bool graft(const InputNames& names, const std::string& outputFile) {
     return false;
   }
   // GCOVR_EXCL_STOP
-  return writeStream(outputFile, bitstream, bitFile, inputs.files);
+  return writeStream(outputFile, bitstream, {bitFile, update.old, inputs.files});
 }
 
 }  // namespace

@@ -23,16 +23,16 @@ void printMemoryWarnings(const MemoryInputs& inputs) {
 }
 
 // Prints without any memory: a run that has written its output reports it in any case.
-bool writeStream(const std::string& fileName, const Bitstream& bitstream, const FileIdentity& input,
-                 const std::vector<ReadFile>& others) {
-  if (const ReadFile* const other = findInput(fileName, others)) {
+bool writeStream(const std::string& fileName, const Bitstream& bitstream,
+                 const StreamSources& sources) {
+  if (const ReadFile* const other = findInput(fileName, sources.others)) {
     printLine("ERROR: Can't write file ", fileName);
     printDiagnostic(fileName, ": ", textOf(*other));
     return false;
   }
   const SignalHold signals;  // until the line is printed that reports what became of the file
-  const ReplaceResult result =
-      replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(), input, signals);
+  const ReplaceResult result = replaceFile(fileName, bitstream.getBytes(), bitstream.getNumBytes(),
+                                           sources.bitFile, signals, sources.oldFile);
   if (result.isDone()) {
     printLine("STATUS: Successfully wrote ", fileName);
     return true;

@@ -17,10 +17,16 @@ bool printInputFault(const InputFault& fault);
 /// Prints a WARNING line for each thing in width and memory files that is probably a mistake.
 void printMemoryWarnings(const MemoryInputs& inputs);
 
+/// What is known of the files that a stream was made from.
+struct StreamSources {
+  FileIdentity bitFile;            ///< the stream itself
+  OldFile oldFile = OldFile::ANY;  ///< what is to be replaced
+  std::vector<ReadFile> others;    ///< may not be replaced
+};
+
 /// Writes the stream to the named file, as replaceFile() does, and prints the lines that report
-/// what became of it. `input` is the file that the stream was made from; the file may be none of
-/// `others`. True if it was written.
-bool writeStream(const std::string& fileName, const Bitstream& bitstream, const FileIdentity& input,
-                 const std::vector<ReadFile>& others);
+/// what became of it. True if it was written.
+bool writeStream(const std::string& fileName, const Bitstream& bitstream,
+                 const StreamSources& sources);
 
 #endif

@@ -67,5 +67,5 @@ bool readBitFile(const std::string& fileName, Bitstream& bitstream) {
 bool writeOutput(const std::string& fileName, Bitstream& bitstream) {
   assertThat(bitstream.isByteAligned(), "bool writeOutput(const string&, Bitstream&)",
              "bitstream.isByteAligned()");
-  return writeStream(fileName, bitstream, {}, {});
+  return writeStream(fileName, bitstream, {});
 }
