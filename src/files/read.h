@@ -58,6 +58,8 @@ class LineReader {
   bool next(TextLine& line);
   /// The name as given.
   const std::string& getFileName() const { return fileName; }
+  /// All bytes of the file, valid as long as the reader.
+  std::string_view getBytes() const { return bytes.text(); }
   /// What became of reading the file.
   const ReadResult& getResult() const { return result; }
 

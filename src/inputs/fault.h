@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "files/read.h"
+#include "inputs/filekind.h"
 
 /// What is wrong with one of the input files. Only the members that the kind names have a meaning.
 struct InputFault {
@@ -36,6 +37,7 @@ struct InputFault {
   std::uint64_t line = 0;    ///< in the file, from 1
   std::string text{};        ///< the first characters of the line, EXCERPT_BYTES at most
   char character = 0;
+  FileKind fileKind = FileKind::TEXT;  ///< of a width or memory file with a fault in its lines
   std::int64_t found = 0;
   std::int64_t wanted = 0;
 

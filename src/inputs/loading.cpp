@@ -49,6 +49,7 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
   WidthLine widthLine;
   std::vector<std::uint64_t> lines;
   InputFault fault = readWidthFile(names.wid, inputs.wids, lines, widthLine);
+  fault.fileKind = widthLine.fileKind;
   if (fault.kind != Kind::NONE) return fault;
 
   // A memory file that can't be opened or read is reported before a bad width line.
@@ -59,10 +60,12 @@ InputFault loadMemoryInputs(const InputNames& names, MemoryInputs& inputs) {
   if (fault.kind != Kind::NONE) return fault;
 
   fault = interpret(widthLine, inputs);
+  fault.fileKind = widthLine.fileKind;
   if (fault.kind != Kind::NONE) return fault;
   inputs.repeated = findRepeated(names.wid, inputs.wids, lines);
   MemoryWords words(inputs.wids.size(), inputs.getBitsPerEbr());
   fault = readMemoryFile(memoryLines, words, inputs.summary);
+  fault.fileKind = fileKindOf(memoryLines.getBytes());
   if (fault.kind == Kind::NONE) inputs.words.emplace(std::move(words));
   return fault;
 }
@@ -82,7 +85,7 @@ InputFault takeMemoryInputs(const std::vector<std::string>& wids, int dataWidth,
   std::vector<std::uint64_t> lines(wids.size());
   std::iota(lines.begin(), lines.end(), 1);
   inputs.widths = {.address = INT_MAX, .data = dataWidth};  // no address is too short
-  fault = prepare({"data width", {}, "", 0}, inputs);
+  fault = prepare({"data width", {}, {}, "", 0}, inputs);
   if (fault.kind != Kind::NONE) return fault;
   inputs.repeated = findRepeated("wids", inputs.wids, lines);
   MemoryWords taken(wids.size(), inputs.getBitsPerEbr());

@@ -29,6 +29,7 @@ InputFault readWidthFile(const std::string& fileName, std::vector<std::string>& 
   if (fault.kind != InputFault::Kind::NONE) return fault;
   last.file = fileName;
   last.identity = identityOf(reader.getResult().status);
+  last.fileKind = fileKindOf(reader.getBytes());
   std::uint64_t firstOtherLength = 0;  // line number of the first wid that isn't like the first
   for (TextLine line; reader.next(line);) {
     // Only now that another line follows is the one before known to be a wid.

@@ -13,6 +13,7 @@
 struct WidthLine {
   std::string file;  ///< the name of the width file
   FileIdentity identity{};
+  FileKind fileKind = FileKind::TEXT;
   std::string text;
   std::uint64_t number = 0;  ///< in the file, from 1
 };

@@ -90,7 +90,7 @@ std::string headOf(const InputFault& fault) {
     case Kind::MALFORMED_WIDTHS:
       return "bad .wid file, malformed addr/data width";
     case Kind::NOT_HEXADECIMAL:
-      return std::string("character ") + fault.character + " is not hexadecimal!";
+      return "character " + excerptOf({&fault.character, 1}) + " is not hexadecimal!";
     default:
       return "";
   }
@@ -114,6 +114,29 @@ std::string detailOf(const InputFault& fault) {
     default:
       return textOf(fault);
   }
+}
+
+std::string hintOf(const InputFault& fault) {
+  const bool isMemoryFile =
+      fault.kind == Kind::NOT_HEXADECIMAL || fault.kind == Kind::INDIVISIBLE_WORD;
+  const std::string place = positionText(fault.file);
+  const char* const what = fault.fileKind == FileKind::ELF    ? "an ELF file"
+                           : fault.fileKind == FileKind::GZIP ? "gzip data"
+                                                              : "binary data";
+  switch (fault.fileKind) {
+    case FileKind::TEXT:
+      return "";
+    case FileKind::BYTE_ORDER_MARK:
+      return place + "begins with a byte order mark; save it as plain text";
+    case FileKind::GZIP:
+      if (isMemoryFile) return place + what + ", no memory file";
+      break;
+    case FileKind::ELF:
+    case FileKind::BINARY:
+      if (isMemoryFile) return place + what + "; ramgraft-load takes it";
+      break;
+  }
+  return place + what + ", no width file; the order is IN.bit WID MEM OUT.bit";
 }
 
 std::vector<std::string> warningsOf(const MemoryInputs& inputs) {

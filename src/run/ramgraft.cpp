@@ -1,5 +1,6 @@
 #include "run/ramgraft.h"
 
+#include <algorithm>
 #include <new>
 #include <string>
 #include <string_view>
@@ -70,12 +71,24 @@ bool graft(const InputNames& names, const std::string& outputFile) {
   return writeStream(outputFile, bitstream, {bitFile, update.old, inputs.files});
 }
 
+void printUsageFault(int argc, const char* const argv[]) {
+  const auto isOption = [](std::string_view argument) { return argument.starts_with('-'); };
+  const auto* const option = std::find_if(argv + std::min(argc, 1), argv + argc, isOption);
+  if (option != argv + argc) {
+    printDiagnostic(*option, ": there are no options; man ramgraft explains");
+  } else {
+    printDiagnostic("there are ", std::to_string(std::max(argc - 1, 0)),
+                    " arguments, and must be 4; man ramgraft explains");
+  }
+}
+
 }  // namespace
 
 int runRamgraft(int argc, const char* const argv[]) {
   prepareProcess();
   if (argc != 5) {
     printLine("Usage: ramgraft <input_file.bit> <file.wid> <file.mem> <output_file.bit>");
+    printUsageFault(argc, argv);
     return 1;
   }
   constexpr std::string_view SELF_CHECK = "TEST";

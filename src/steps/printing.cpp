@@ -15,6 +15,7 @@ bool printInputFault(const InputFault& fault) {
   } else if (!detail.empty()) {
     printDiagnostic(detail);
   }
+  if (const std::string hint = hintOf(fault); !hint.empty()) printDiagnostic(hint);
   return false;
 }
 
