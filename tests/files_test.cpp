@@ -21,4 +21,11 @@ TEST(Files, AreWrittenReadOrNamed) {
             "ERROR: can't open file no/such\nno/such: No such file or directory\n");
 }
 
+TEST(Files, OfWidthsAreRefusedInOneLine) {
+  int address = 1, data = 2;
+  EXPECT_EQ(outputOf([&] { EXPECT_FALSE(parseAddrDataWidth("aw3 dw4", address, data)); }),
+            "ERROR: bad .wid file, no addr/data width\n");
+  EXPECT_EQ(std::pair(address, data), std::pair(1, 2));
+}
+
 }  // namespace

@@ -80,6 +80,10 @@ TEST(Inspect, PrintsWhatItFinds) {
   std::ofstream("long.bit") << packDigits(ebrDigits("000000101", 820, "01"));
   // As many EBRs with identifiers of 9 bits as of 12.
   std::ofstream("tie.bit") << stream << packDigits(ebrDigits("101111111111", 1, "1"));
+  const std::string ones(64, '1');  // what both identifiers begin with
+  std::ofstream("longid.bit") << packDigits(ebrDigits(ones + "10", 1, "0") +
+                                            ebrDigits(ones + "01", 1, "0"));
+  std::ofstream("longid.wid") << ones << "01\n" << ones << "10\naw1;dw16\n";
   for (const auto& [command, said] : readCases("inspect_cases.txt")) {
     EXPECT_EQ(runCommand(command), said) << command;
   }

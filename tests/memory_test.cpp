@@ -37,6 +37,15 @@ TEST(InMemory, ReportsEachEbr) {
   EXPECT_EQ(again.ebrs[0].writtenWords + again.ebrs[0].warnings.size(), 8 + 1);
 }
 
+TEST(InMemory, WarnsOfAnEbrThatContentsHide) {
+  Bytes bytes = bytesOf(packDigits(digits(0xFF, 8) + ebrDigits("000000110", 1, "0") +
+                                   ebrDigits("000000101", 1, "0") + digits(UINT64_MAX, 64)));
+  const MemoryGraft graft = graftInMemory(bytes, {"000000101", "000000110"}, 16,
+                                          {"6F11", "0022", "0033", "0044", "0055", "A066"});
+  EXPECT_EQ(graft.error, "");
+  EXPECT_EQ(graft.warnings.size(), 1);
+}
+
 TEST(InMemory, SaysWhyItChangesNothing) {
   const struct {
     Texts wids;

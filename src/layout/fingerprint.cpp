@@ -18,18 +18,13 @@ class MaskedHash {
  public:
   explicit MaskedHash(const Bitstream& stream) : bitstream(stream) { XXH3_64bits_reset(&state); }
 
-  // Hides the bits [begin, end), which come after those hidden before.
+  // Hides the bits [begin, end), at least eight, which come after those hidden before.
   void hide(std::uint64_t begin, std::uint64_t end) {
     addUpTo(begin / 8);
-    const unsigned before = ~(0xFFU >> begin % 8), after = 0xFFU >> end % 8;
-    if (begin / 8 == end / 8) {
-      kept &= before | after;
-      return;
-    }
-    kept &= before;
+    kept &= ~(0xFFU >> begin % 8);
     addUpTo(begin / 8 + 1);
     addZeros(end / 8 - hashed);
-    kept = after;
+    kept = 0xFFU >> end % 8;
   }
 
   std::uint64_t finish() {
