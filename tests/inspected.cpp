@@ -8,8 +8,8 @@
 #include "ebr/columns.h"
 #include "ebr/graft.h"
 #include "ebr/walk.h"
+#include "ebr/width.h"
 #include "inspect/inspect.h"
-#include "survey/width.h"
 
 namespace {
 

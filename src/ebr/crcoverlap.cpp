@@ -20,8 +20,10 @@ std::uint64_t coveredFrom(const EbrCommand& command) {
 
 std::uint64_t countLostCrcs(const Bitstream& bitstream, std::vector<EbrCommand> grafted) {
   std::ranges::sort(grafted, {}, &EbrCommand::payloadIndex);
-  const auto again = std::ranges::unique(grafted, {}, &EbrCommand::payloadIndex);
-  grafted.erase(again.begin(), again.end());
+  const auto isAgain = [](const EbrCommand& a, const EbrCommand& b) {
+    return a.payloadIndex == b.payloadIndex;
+  };
+  grafted.erase(std::unique(grafted.begin(), grafted.end(), isAgain), grafted.end());
   std::uint64_t lost = 0, writtenEnd = 0;  // of the commands before
   for (std::size_t i = 0; i < grafted.size(); ++i) {
     const EbrCommand& command = grafted[i];

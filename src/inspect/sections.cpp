@@ -3,10 +3,10 @@
 #include <CLI/CLI.hpp>
 
 #include "ebr/chain.h"
+#include "ebr/width.h"
 #include "reports/ebrs.h"
 #include "reports/position.h"
 #include "reports/text.h"
-#include "survey/width.h"
 
 namespace {
 

@@ -3,6 +3,9 @@
 #include <algorithm>
 
 #include "ebr/section.h"
+#include "ebr/width.h"
+#include "inputs/filekind.h"
+#include "reports/position.h"
 #include "reports/text.h"
 
 using std::to_string;
@@ -37,6 +40,20 @@ std::string textOf(const Lookup& lookup) {
   }
   return (text + " at bit " + to_string(lookup.command.opcodeIndex) + ": ")
       .append(textOf(lookup.command.fault));
+}
+
+std::string hintOf(const Lookup& lookup, const Bitstream& bitstream, const std::string& bitFile) {
+  if (lookup.wid.find_first_not_of("01") != std::string::npos) {
+    return "wid " + excerptOf(lookup.wid) + " has other characters than 0 and 1";
+  }
+  const auto* const bytes = reinterpret_cast<const char*>(bitstream.getBytes());
+  const FileKind kind = fileKindOf({bytes, bitstream.getNumBytes()});
+  if (kind == FileKind::GZIP) return positionText(bitFile) + "gzip data";
+  if (kind == FileKind::ELF) return positionText(bitFile) + "an ELF file";
+  const WidthFinding found = findIdentifierBits(bitstream, findAllSections(bitstream));
+  if (found.numEbrs == 0) return positionText(bitFile) + "holds no EBR, whatever the wids' length";
+  return positionText(bitFile) + "has " + countOf(found.numEbrs, "EBR") + " with identifiers of " +
+         countOf(found.identifierBits, "bit");
 }
 
 std::string detailOf(const EbrCommand& command, const Bitstream& bitstream) {

@@ -25,6 +25,10 @@ std::string detailOf(const EbrCommand& command, const Bitstream& bitstream);
 /// What ramgraft reports of an EBR that can't be used, after "ERROR: ".
 std::string detailOf(const Lookup& lookup, const Bitstream& bitstream);
 
+/// What leads on where no EBR with the wid was found: what the wid or the bitstream is instead.
+/// Takes a search through the whole stream.
+std::string hintOf(const Lookup& lookup, const Bitstream& bitstream, const std::string& bitFile);
+
 /// What a wrong CRC of the old contents says about the bitstream. The wid is that of the EBR.
 std::string crcWarningOf(const CrcCheck& crc, const std::string& wid);
 

@@ -10,25 +10,43 @@
 #include "files/process.h"
 #include "inputs/loading.h"
 #include "reports/ebrs.h"
+#include "reports/text.h"
 #include "steps/printing.h"
 
 namespace {
 
+// A data width that isn't shared out evenly makes groups of a size that nobody meant.
+void explainGroups(const std::string& widFile, const MemoryInputs& inputs) {
+  const auto dataWidth = static_cast<std::uint64_t>(inputs.widths.data);
+  if (dataWidth % inputs.wids.size() == 0) return;
+  printDiagnostic("dw", std::to_string(dataWidth), " isn't a multiple of the ",
+                  countOf(inputs.wids.size(), "EBR"), " of ", widFile);
+}
+
 bool load(const InputNames& names, const std::string& outputFile, MemoryInputs& inputs,
           Bitstream& bitstream, FileIdentity& bitFile, Update& update) {
-  if (!printInputFault(loadMemoryInputs(names, inputs))) return false;
+  const InputFault fault = loadMemoryInputs(names, inputs);
+  if (!printInputFault(fault)) {
+    if (fault.kind == InputFault::Kind::INDIVISIBLE_WORD) explainGroups(names.wid, inputs);
+    return false;
+  }
   printMemoryWarnings(inputs);
   return printInputFault(loadBitstream(names.bit, outputFile, bitstream, bitFile, update));
 }
 
 // Contents that look like an address can hide an EBR, also those that the run has written.
-void explain(const Lookup& failed, const Bitstream& bitstream) {
+void explain(const Lookup& failed, const Bitstream& bitstream, const std::string& bitFile) {
   const SectionTable table(bitstream, findAllSections(bitstream), failed.wid.size());
   const std::optional<HiddenCommand> hidden = table.findHidden(failed.wid);
-  if (hidden) printDiagnostic(textOf(*hidden, bitstream, false), "; ramgraft-load finds it");
+  if (hidden) {
+    printDiagnostic(textOf(*hidden, bitstream, false), "; ramgraft-load finds it");
+  } else if (!failed.isFound()) {
+    printDiagnostic(hintOf(failed, bitstream, bitFile));
+  }
 }
 
-bool replaceAllContents(const MemoryInputs& inputs, Bitstream& bitstream) {
+bool replaceAllContents(const MemoryInputs& inputs, const std::string& bitFile,
+                        Bitstream& bitstream) {
   const std::string numEbrs = std::to_string(inputs.wids.size());
   const auto printProgress = [&](std::size_t ebr, const Lookup& lookup) {
     printLine("STATUS: Replacing contents of EBR ID# ", lookup.wid, " (", std::to_string(ebr + 1),
@@ -47,7 +65,7 @@ bool replaceAllContents(const MemoryInputs& inputs, Bitstream& bitstream) {
   if (!failed) return true;
   const bool isMissing = failed->outcome == SectionChain::Outcome::NO_SECTION;
   printLine(isMissing ? "ERROR : " : "ERROR: ", detailOf(*failed, bitstream));
-  explain(*failed, bitstream);
+  explain(*failed, bitstream, bitFile);
   return false;
 }
 
@@ -61,7 +79,7 @@ bool graft(const InputNames& names, const std::string& outputFile) {
   printLine("STATUS: input files loaded successfully");
   const unsigned long origNumBits = bitstream.getNumBits();
   printLine("STATUS: processing bitstream");
-  if (!replaceAllContents(inputs, bitstream)) return false;
+  if (!replaceAllContents(inputs, names.bit, bitstream)) return false;
   // GCOVR_EXCL_START: nothing in a run changes the size of a stream
   if (bitstream.getNumBits() != origNumBits) {
     printLine("ERROR: number of bits in new bitstream does not match old bitstream!");

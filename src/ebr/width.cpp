@@ -2,7 +2,7 @@
 // the width. The width decides only which of the sections the walk comes to, so the walks of all
 // widths go along the sections side by side. One after the other, they took 11 of the 18 seconds of
 // `list` for 200 MB of nothing but commands, now 1 of 7.
-#include "survey/width.h"
+#include "ebr/width.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 // How many bits the identifiers of a bitstream have, which the bitstream doesn't say.
-#ifndef RAMGRAFT_SURVEY_WIDTH_H
-#define RAMGRAFT_SURVEY_WIDTH_H
+#ifndef RAMGRAFT_EBR_WIDTH_H
+#define RAMGRAFT_EBR_WIDTH_H
 
 #include <cstdint>
 #include <vector>
