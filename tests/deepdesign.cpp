@@ -33,7 +33,7 @@ Deep makeDeep(std::mt19937_64& random, std::size_t number, bool isSmall) {
   deep.numEbrs = 1 + below(isSmall ? 3 : below(4) == 0 ? 64 : 8);
   deep.bitsPerEbr = 1 + below(isSmall ? 4 : 16);
   deep.depth = std::size_t{64} << below(2);
-  // At least 64 words in the last part: its columns are then long enough to tell EBRs apart.
+  // At least 64 words in the last part: its columns are then long enough to distinguish EBRs.
   const std::size_t numParts = 1 + below(isSmall ? 2 : below(4) == 0 ? 16 : 3);
   const std::size_t last = 64 + below(deep.depth - 63);
   deep.words.resize((numParts - 1) * deep.depth + last);

@@ -22,7 +22,7 @@ struct PartDesign {
   std::vector<LaneDesign> lanes;
 };
 
-/// A memory and the words that are to stand in it, as binary digits.
+/// A memory and the words that are to be in it, as binary digits.
 struct MemoryDesign {
   std::string name;
   bool isBig = false;

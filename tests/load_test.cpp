@@ -46,7 +46,7 @@ struct Task {
   Touched touched;
 };
 
-// Contents of one memory. Notes in the design what is to stand there then.
+// Contents of one memory. Notes in the design what is to be there then.
 std::string makeContent(std::mt19937_64& random, MemoryDesign& memory) {
   if (!memory.hasBytes()) {
     const std::size_t word = random() % memory.words.size();
@@ -167,8 +167,8 @@ std::string plainFingerprint(const std::string& stream, std::uint64_t identifier
 }
 
 // How the fingerprint breaks its promise; empty if it keeps it.
-std::string brokenFingerprint(std::mt19937_64& random, const std::string& before, std::string after,
-                              std::uint64_t identifierBits) {
+std::string brokenFingerprint(std::mt19937_64& random, const std::string& before,
+                              const std::string& after, std::uint64_t identifierBits) {
   const std::string fingerprint = plainFingerprint(before, identifierBits);
   if (plainFingerprint(after, identifierBits) != fingerprint) return "changed by a load";
   std::string outside = unpackBytes(after);

@@ -26,7 +26,7 @@ void Locator::locate(KnownMemories& memories, Messages& messages) const {
     for (const Fit& part : memory.parts) {
       for (const std::size_t ebr : part.getEbrs()) claim(ebr, memory, owners);
       if (!search.isTooShort(part.columnBits())) continue;
-      messages.warn(memory.label() + ": EBRs are told apart by " +
+      messages.warn(memory.label() + ": EBRs are distinguished by " +
                     countOf(part.columnBits(), "bit") + " of contents, which can be chance among " +
                     countOf(ebrs.size(), "EBR"));
     }

@@ -34,8 +34,8 @@ class Locator {
   /// The identifiers of a part's EBRs, in width-file order.
   std::vector<std::string> identifiersOf(const Fit& part) const;
 
-  /// Sets the parts of each memory, or the reason why it has none. Warns of EBRs that are told
-  /// apart by too few bits.
+  /// Sets the parts of each memory, or the reason why it has none. Warns of EBRs that too few bits
+  /// distinguish.
   void locate(KnownMemories& memories, Messages& messages) const;
   /// Warns of EBRs of located memories at which ramgraft's search doesn't arrive.
   void warnOfHiddenEbrs(const KnownMemories& memories, Messages& messages) const;

@@ -36,7 +36,7 @@ std::string explainAlike(const Fit& fit, const KnownWords& known, const Identifi
     return high == low ? to_string(low) : to_string(high) + ":" + to_string(low);
   };
   const std::string words = wordsOf(fit, known);
-  return "the contents can't tell EBRs apart: bits " + enumerate(match->columns, wordBits) +
+  return "the contents can't distinguish EBRs: bits " + enumerate(match->columns, wordBits) +
          (words.empty() ? " of the words" : words) + " are found in " +
          enumerate(match->ebrs, identifiers);
 }

@@ -1,4 +1,4 @@
-// The bytes that are to stand in the memories.
+// The bytes that the memories are to have.
 #ifndef RAMGRAFT_LOAD_IMAGES_H
 #define RAMGRAFT_LOAD_IMAGES_H
 
@@ -33,7 +33,7 @@ struct Share {
   std::vector<std::string> files;  ///< in the contents' order
 };
 
-/// What is to stand in one memory.
+/// What one memory is to have.
 struct MemoryImage {
   std::vector<unsigned char>
       bytes;  ///< of all words, in address order; empty until something comes

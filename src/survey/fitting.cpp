@@ -37,7 +37,7 @@ std::vector<std::size_t> Fit::getEbrs() const {
 // The ways in which a part is found.
 struct FitSearch::Ways {
   std::vector<Split> splits;
-  bool areAllAlike = true;  // in none of them do the contents tell EBRs apart
+  bool areAllAlike = true;  // in none of them do the contents distinguish EBRs
   Fit first;                // alone kept, because each can have all EBRs in its matches
 };
 

@@ -36,7 +36,7 @@ struct Location {
   enum class Outcome {
     FOUND,
     MANY_WAYS,  ///< `parts.back()` fits in more than one of `ways`
-    ALIKE,      ///< for `parts.back()`, contents can't tell EBRs apart
+    ALIKE,      ///< for `parts.back()`, contents can't distinguish EBRs
     TWICE,      ///< `ebr` was found for two parts
     NOT_FOUND,
   };

@@ -1,6 +1,6 @@
 // Columns and EBRs are sorted together into groups that begin alike, a frame deeper at a time, and
 // groups without either are dropped. So each frame is looked at once, however alike the contents
-// are; almost always the first frame tells everything apart.
+// are; almost always the first frame distinguishes everything.
 #include "survey/matching.h"
 
 #include <algorithm>
