@@ -40,8 +40,9 @@ std::span<const unsigned char> bytesOf(std::string_view text) {
 }
 
 std::string putFile(const std::string& fileName, std::span<const unsigned char> bytes,
-                    const FileIdentity& input) {
-  const ReplaceResult result = replaceFile(fileName, bytes.data(), bytes.size(), input);
+                    const FileIdentity& input, OldFile oldFile) {
+  const ReplaceResult result =
+      replaceFile(fileName, bytes.data(), bytes.size(), input, SignalHold(), oldFile);
   if (result.isDone()) return "";
   std::string reason = "can't write file " + fileName + ": ";
   reason += reasonOf(result);

@@ -11,6 +11,7 @@
 #include "companion/messages.h"
 #include "companion/status.h"
 #include "files/readfile.h"
+#include "files/update.h"
 
 /// Standard output, written in large pieces. After a first failure nothing more is written.
 class StandardOutput {
@@ -31,9 +32,10 @@ class StandardOutput {
 std::span<const unsigned char> bytesOf(std::string_view text);
 
 /// Makes `bytes` the whole contents of the named file, as a run replaces its output. `input` is the
-/// file that they were made from. Returns the sentence that says why that failed, else empty.
+/// file that they were made from, and `oldFile` says whether it is the one that is replaced.
+/// Returns the sentence that says why that failed, else empty.
 std::string putFile(const std::string& fileName, std::span<const unsigned char> bytes,
-                    const FileIdentity& input);
+                    const FileIdentity& input, OldFile oldFile = OldFile::ANY);
 
 /// A file that is to be written, and what is to be in it.
 struct FileText {

@@ -87,7 +87,7 @@ class Load {
     if (options.isIfChanged && hasThisContents(*options.outputFile)) return "";
     const bool isStandardOutput = *options.outputFile == "-";
     return putFile(isStandardOutput ? "/dev/stdout" : *options.outputFile,
-                   {bitstream.getBytes(), bitstream.getNumBytes()}, bitIdentity);
+                   {bitstream.getBytes(), bitstream.getNumBytes()}, bitIdentity, update.old);
   }
 
   ExitStatus report() const {
@@ -152,7 +152,8 @@ class Load {
 
   std::string openBitstream() {
     if (std::string fault = refuseUsedPipe(options.bitFile); !fault.empty()) return fault;
-    const InputFault fault = loadBitstream(options.bitFile, bitstream, bitIdentity);
+    const InputFault fault = loadBitstream(options.bitFile, options.outputFile.value_or(""),
+                                           bitstream, bitIdentity, update);
     if (fault.kind != InputFault::Kind::NONE) return textOf(fault);
     return placeMap(map, options.bitFile, bitstream, options.takesAnyDesign, placement);
   }
@@ -239,6 +240,7 @@ class Load {
   std::optional<AddressSpace> addresses;
   Bitstream bitstream{0};
   FileIdentity bitIdentity;
+  Update update;  ///< until the output has been written
   Placement placement;
   std::deque<Content> contents, symbolFiles;
   std::vector<SetValue> sets;
