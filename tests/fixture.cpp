@@ -167,9 +167,11 @@ std::vector<Case> readCases(const std::string& name) {
 }
 
 std::string runCommand(const std::string& command) {
-  static const bool isFound =
-      ::setenv("PATH", RAMGRAFT_PROGRAMS ":/usr/local/bin:/usr/bin:/bin", 1) == 0;
-  require(isFound);
+  // The system's messages differ from language to language.
+  static const bool isSet =
+      ::setenv("PATH", RAMGRAFT_PROGRAMS ":/usr/local/bin:/usr/bin:/bin", 1) == 0 &&
+      ::setenv("LC_ALL", "C", 1) == 0;
+  require(isSet);
   int status = 0;
   const std::string text = outputOf([&] { status = std::system(command.c_str()); });
   return text + std::to_string(WEXITSTATUS(status));
