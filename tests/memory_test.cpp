@@ -46,6 +46,17 @@ TEST(InMemory, WarnsOfAnEbrThatContentsHide) {
   EXPECT_EQ(graft.warnings.size(), 1);
 }
 
+TEST(InMemory, WarnsOfCrcsThatCoverEachOther) {
+  std::size_t numWarned = 0;
+  for (unsigned offset = 1; offset < 8; ++offset) {
+    Bytes bytes = bytesOf(packDigits(digits(0x7F, offset) + ebrDigits("000000101", 1, "0") +
+                                     ebrDigits("000000110", 1, "0")));
+    const Texts wids = {"000000110", "000000101"};  // the later one first
+    numWarned += graftInMemory(bytes, wids, 16, {"5CF0", "A5A5"}).warnings.size();
+  }
+  EXPECT_GT(numWarned, 0);
+}
+
 TEST(InMemory, SaysWhyItChangesNothing) {
   const struct {
     Texts wids;

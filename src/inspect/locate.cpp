@@ -135,6 +135,26 @@ struct Locate {
                    : "";
   }
 
+  // A map needs identifiers that the bitstream has once. Returns what is wrong; empty if nothing
+  // is.
+  std::string refuseRepeated(const Locator& locator, const KnownMemories& memories) const {
+    const SectionTable& table = locator.getTable();
+    std::map<std::string, int> counts;
+    for (const std::uint64_t section : table.getWalk()) {
+      ++counts[table.getIdentifier(table.getCommand(section))];
+    }
+    for (const KnownMemory& memory : memories) {
+      for (const Fit& part : memory.parts) {
+        for (const std::string& identifier : locator.identifiersOf(part)) {
+          if (counts[identifier] == 1) continue;
+          return memory.label() + ": EBR " + identifier + " is in " + bitFile +
+                 " more than once, and a map can't have it";
+        }
+      }
+    }
+    return "";
+  }
+
   std::string nameOutputs(const Map& map, KnownMemories& memories) const {
     if (isUpdate) return fitToMap(map, memories);
     for (KnownMemory& memory : memories) {
@@ -233,7 +253,8 @@ struct Locate {
     }
     if (!isLocated) return print(locator, memories, false, messages);
     locator.warnOfHiddenEbrs(memories, messages);
-    fault = nameOutputs(map, memories);
+    fault = mapFile ? refuseRepeated(locator, memories) : "";
+    if (fault.empty()) fault = nameOutputs(map, memories);
     if (fault.empty()) fault = write(locator, map, mapText, memories);
     return fault.empty() ? print(locator, memories, true, messages) : messages.refuse(fault);
   }

@@ -49,9 +49,11 @@ std::string textOf(const InputFault& fault) {
              " bytes";
     case Kind::CUT_SHORT:
       return "can't read file " + fault.file + ": it ends before its size says so";
+    // GCOVR_EXCL_START: a test would wait for a minute
     case Kind::LOCKED:
       return "can't read file " + fault.file + ": another program has had it locked for " +
              to_string(LONGEST_WAIT_SECONDS) + " seconds";
+    // GCOVR_EXCL_STOP
     case Kind::NO_LINES:
       return place + "the width file is empty";
     case Kind::NO_WID:
